@@ -1,0 +1,31 @@
+#ifndef VERDA_API_CORTELIAVERDA_H
+#define VERDA_API_CORTELIAVERDA_H
+
+// The library's outward face: plain functions over one global driver.
+//
+// A client runs: Init, optionally setTimeOut, OpenSerial or OpenSocket,
+// PrinterInit, any operations, CloseSerial or CloseSocket, Done.
+//
+// Each operation returns true exactly when the device accepted it; the
+// result code (0, 100001 for a failed exchange, or the device's own error
+// number) reaches the log, and ReadingError turns it into a text.
+
+#include <string>
+
+namespace VERDA {
+
+// --- Lifecycle and transport -------------------------------------------------
+void Init();
+void Done();
+bool setTimeOut(int timeout);  // before the open; 10 ms units on serial, 1 ms on TCP
+bool OpenSerial(std::string name, int baudRate);
+bool CloseSerial();
+bool OpenSocket(std::string host, int port);
+bool CloseSocket();
+
+// --- Connection ----------------------------------------------------------------
+bool CheckConnection();
+
+}  // namespace VERDA
+
+#endif

@@ -1,0 +1,59 @@
+#ifndef VERDA_DEVICE_VR35_H
+#define VERDA_DEVICE_VR35_H
+
+#include <string>
+
+#include "device/CPrinter.h"
+#include "device/Frame.h"
+#include "device/MyStatus.h"
+#include "transport/Port.h"
+
+// The register driver. Every device operation is one member: it builds a
+// request of tab-ended fields, runs one framed exchange and cuts the reply.
+// Results: 0 success, 100001 a failed exchange, any other positive number the
+// device's own error (a few operations also give -1).
+class VR35 : public CPrinter {
+  public:
+    unsigned char seq;          // sequence number of the last exchange (0x20..0x3D)
+    unsigned char lastCommand;  // command of the exchange under way, low 8 bits
+    std::string model;          // device name, from DiagnosticInfo
+    int firmwareRevision;       // from DiagnosticInfo; 0 until it has run
+    std::string deviceNumber;   // from DiagnosticInfo
+    bool logEnabled;            // false after construction, true after VERDA::Init
+    std::string homeDir;        // the user's home directory with a trailing "/"
+    int timeout;                // port timeout: 10 ms units on serial, 1 ms on TCP
+    Port* port;                 // owned; null when there is none
+    MyStatus* status;           // owned; the status bytes of the last valid reply
+
+    VR35();
+    ~VR35() override;
+
+    // --- Link -------------------------------------------------------------
+    unsigned char getNextSeq();
+    // One request and its reply: 0, with reply holding the reply's data
+    // bytes, or 100001. Throws std::length_error for a valid frame whose
+    // length field is below 19.
+    int SendPMessage(unsigned int command, unsigned char* data, int length, std::string& reply);
+
+    // --- Lifecycle and transport -----------------------------------------
+    bool OpenSerial(std::string name, int baudRate);
+    bool OpenCOMPort(int port, int baudRate) override;
+    bool CloseCOMPort();
+    bool OpenSocket(std::string host, int port);
+    bool CloseSocket();
+
+    // --- The abstract printer interface -----------------------------------
+    bool isOk() override;
+    int PrinterInit() override;
+    bool CashInOut(bool direction, double sum) override;
+    bool GetCashSum(double& sum) override;
+    bool PrintZReport() override;
+    bool PrintXReport() override;
+    bool PrintLine(std::wstring text) override;
+    int GetLineLength() override;
+
+    // --- Connection ---------------------------------------------------------
+    int CheckConnection();
+};
+
+#endif
