@@ -66,6 +66,8 @@ Answer reply(const Request& request, const std::string& data, const std::string&
 }
 
 ScriptedDevice::ScriptedDevice(Kind kind) : kind_(kind) {
+    // The driver's serial open closes descriptor 0: never hold it here.
+    if (fcntl(0, F_GETFD) == -1) open("/dev/null", O_RDONLY);
     if (pipe(wakeFd_) != 0) throw std::runtime_error("pipe");
     if (kind == Tcp) {
         listenFd_ = socket(AF_INET, SOCK_STREAM, 0);

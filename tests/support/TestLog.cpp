@@ -66,9 +66,6 @@ std::string captureStderr(const std::function<void()>& run) {
 }
 
 void DriverTest::SetUp() {
-    // OpenSerial closes descriptor 0 before it opens; keep something harmless
-    // there so that it never takes one of the scripted device's descriptors.
-    if (fcntl(0, F_GETFD) == -1) open("/dev/null", O_RDONLY);
     device.reset(new testing_device::ScriptedDevice(GetParam()));
     VERDA::Init();
     vr35->homeDir = home.path();

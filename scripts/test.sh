@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs what the builds need on a Debian machine, then builds and tests the
+# library three ways: native x86-64, 32-bit x86 (tests under qemu-i386), and
+# native with AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=(cmake g++ g++-multilib googletest qemu-user)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "== installing: ${missing[*]}"
+  SUDO=""
+  [ "$(id -u)" -ne 0 ] && SUDO="sudo"
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+jobs=${JOBS:-2}
+run() {
+  local dir=$1; shift
+  echo "== $dir: configure"
+  cmake -S . -B "$dir" -DVERDA_WERROR=ON "$@" >/dev/null
+  echo "== $dir: build"
+  cmake --build "$dir" -j"$jobs"
+  echo "== $dir: test"
+  (cd "$dir" && ctest -j"$jobs" --output-on-failure --timeout 300)
+}
+
+run build/native
+run build/i386 -DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake
+ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 run build/sanitize -DVERDA_SANITIZE=ON
+echo "== all three builds passed"

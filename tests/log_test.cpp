@@ -1,0 +1,92 @@
+// The rotating log file.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <regex>
+
+#include "api/CorteliaVERDA.h"
+#include "api/Globals.h"
+#include "device/VR35.h"
+#include "support/TestLog.h"
+#include "tools/log.h"
+
+namespace {
+
+std::string readAll(const std::string& path) {
+    std::ifstream in(path.c_str(), std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+void makeFileOfSize(const std::string& path, off_t size) {
+    std::ofstream(path.c_str()).put('x');
+    ASSERT_EQ(truncate(path.c_str(), size), 0);
+}
+
+TEST(Log, LinesAreStampedWithLocalTime) {
+    TempDir dir;
+    const std::string path = dir.path() + "CorteliaVERDA.log";
+    EXPECT_EQ(GetFileSize(path), -1);
+    logrotate(path, "Start CheckConnection();");
+    logrotate(path, "");
+    logrotate(path, "two\nlines");
+    const std::string text = readAll(path);
+    const std::regex form(
+        "\\[(Mon|Tue|Wed|Thu|Fri|Sat|Sun) (Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [ 0-9]\\d "
+        "\\d\\d:\\d\\d:\\d\\d \\d{4}\\] ");
+    const std::string stamp = "\\[[^\\]]{24}\\] ";
+    EXPECT_TRUE(std::regex_search(text, form)) << text;
+    EXPECT_TRUE(std::regex_match(text, std::regex(stamp + "Start CheckConnection\\(\\);\n" + stamp + "\n" +
+                                                  stamp + "two\nlines\n")))
+        << text;
+    EXPECT_EQ(GetFileSize(path), static_cast<int>(text.size()));
+}
+
+TEST(Log, RotatesAboveTenMebibytesToOneOlderGeneration) {
+    TempDir dir;
+    const std::string path = dir.path() + "CorteliaVERDA.log";
+    makeFileOfSize(path, 10485760);  // exactly the limit: kept
+    logrotate(path, "kept");
+    EXPECT_EQ(GetFileSize(path), 10485760 + 27 + 5);
+    EXPECT_EQ(GetFileSize(path + ".1"), -1);
+
+    std::ofstream(path + ".1") << "former generation";
+    logrotate(path, "rotated");  // now above the limit
+    EXPECT_EQ(GetFileSize(path + ".1"), 10485760 + 27 + 5);
+    EXPECT_EQ(logLines(path), std::vector<std::string>{"rotated"});
+}
+
+TEST(Log, UnwritableDirectoryGivesTheErrorLineAndNothingElse) {
+    const std::string path = "/nonexistent-verda-dir/CorteliaVERDA.log";
+    std::string err = captureStderr([&] { logrotate(path, "lost"); });
+    EXPECT_EQ(err, "Error: No such file or directory " + path + "\n");
+}
+
+TEST(Log, DriverOperationsCarryOnWhenTheLogFails) {
+    testing_device::ScriptedDevice device(testing_device::ScriptedDevice::Tcp);
+    device.replyAlways("0\t");
+    VERDA::Init();
+    vr35->homeDir = "/nonexistent-verda-dir/";
+    VERDA::setTimeOut(30);
+    captureStdout([&] { ASSERT_TRUE(VERDA::OpenSocket("127.0.0.1", device.port())); });
+    std::string err = captureStderr([] { EXPECT_TRUE(VERDA::CheckConnection()); });
+    const std::string line = "Error: No such file or directory /nonexistent-verda-dir/CorteliaVERDA.log\n";
+    EXPECT_EQ(err, line + line);  // one per logged line
+    VERDA::CloseSocket();
+    VERDA::Done();
+    vr35 = nullptr;
+}
+
+TEST(Log, InitTakesTheHomeOfTheRealUserAndEnablesTheLog) {
+    VERDA::Init();
+    ASSERT_FALSE(vr35->homeDir.empty());
+    EXPECT_EQ(vr35->homeDir.back(), '/');
+    EXPECT_TRUE(vr35->logEnabled);
+    VERDA::Done();
+    vr35 = nullptr;
+    VR35 plain;  // a driver made directly does not log
+    EXPECT_FALSE(plain.logEnabled);
+}
+
+}  // namespace
