@@ -29,9 +29,17 @@ TEST(StdStrToInt, ParsesLikeStreamExtraction) {
         bool filter;
         int value;
     } cases[] = {
-        {"", false, 0},         {"", true, 0},          {"-5", false, -5},     {" 42x", false, 42},
-        {"+7", false, 7},       {"x1", false, 0},       {"a-1b2", true, -12},  {"--5", true, -5},
-        {"1-2", true, 1},       {"abc", true, 0},       {"99999999999", false, INT_MAX},
+        {"", false, 0},
+        {"", true, 0},
+        {"-5", false, -5},
+        {" 42x", false, 42},
+        {"+7", false, 7},
+        {"x1", false, 0},
+        {"a-1b2", true, -12},
+        {"--5", true, -5},
+        {"1-2", true, 1},
+        {"abc", true, 0},
+        {"99999999999", false, INT_MAX},
         {"-99999999999", false, INT_MIN},
     };
     for (const auto& c : cases) {
@@ -82,7 +90,7 @@ TEST(Frame, NibbleWordsAndSums) {
     EXPECT_EQ(std::string(reinterpret_cast<char*>(wire), 4), "\x30\x30\x32\x3A");
     EXPECT_EQ(uMakeINT(packed), 0x2Au);
     EXPECT_EQ(uMakeINT(MakeINT(0x1ABCD)), 0xABCDu);  // low 16 bits only
-    std::memcpy(&packed, "\x40\x70\x32\xFA", 4);       // high nibbles are ignored
+    std::memcpy(&packed, "\x40\x70\x32\xFA", 4);     // high nibbles are ignored
     EXPECT_EQ(uMakeINT(packed), 0x002Au);
     unsigned char bytes[] = {1, 2, 3, 250};
     EXPECT_EQ(MakeCRC(bytes, 1, 3), 255u);
@@ -117,8 +125,12 @@ TEST(Driver, FixedAnswers) {
     const struct {
         const char* model;
         int columns;
-    } models[] = {{"", 32}, {"ЛАРН-1000 Ф", 48}, {"ЛАРН-100 Ф", 32}, {"ВЕРДА 35V-Ф", 32},
-                  {"ВЕРДА 700V-Ф", 32}, {"\x9B\x80\x90\x9D-1000 Ф", 32}};
+    } models[] = {{"", 32},
+                  {"ЛАРН-1000 Ф", 48},
+                  {"ЛАРН-100 Ф", 32},
+                  {"ВЕРДА 35V-Ф", 32},
+                  {"ВЕРДА 700V-Ф", 32},
+                  {"\x9B\x80\x90\x9D-1000 Ф", 32}};
     for (const auto& m : models) {
         driver.model = m.model;
         EXPECT_EQ(driver.GetLineLength(), m.columns) << m.model;

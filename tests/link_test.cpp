@@ -11,8 +11,8 @@
 #include "support/TestLog.h"
 
 using testing_device::Answer;
-using testing_device::Request;
 using testing_device::replyFrame;
+using testing_device::Request;
 using testing_device::requestFrame;
 
 namespace {
@@ -64,10 +64,17 @@ TEST_P(Link, FirstFieldGivesTheResult) {
         std::string reply;
         int result;
     } cases[] = {
-        {"0\t", 0},      {"0", 0},        {"-17\t9\t", 17}, {"17\t", 17}, {"00\t", 0},
-        {"+0\t", 0},     {"abc\t", 0},    {"\t5\t", 0},     {"-5x\t", 5},
-        {"-2147483648\t", INT_MIN},  // no positive counterpart: kept as it is
-        {"-99999999999\t", INT_MIN}, // out of range reads as the smallest int
+        {"0\t", 0},
+        {"0", 0},
+        {"-17\t9\t", 17},
+        {"17\t", 17},
+        {"00\t", 0},
+        {"+0\t", 0},
+        {"abc\t", 0},
+        {"\t5\t", 0},
+        {"-5x\t", 5},
+        {"-2147483648\t", INT_MIN},   // no positive counterpart: kept as it is
+        {"-99999999999\t", INT_MIN},  // out of range reads as the smallest int
     };
     for (const auto& c : cases) {
         device->replyAlways(c.reply);
@@ -79,7 +86,8 @@ TEST_P(Link, FirstFieldGivesTheResult) {
 TEST_P(Link, ReplySplitIntoSingleBytesIsAssembled) {
     device->onRequest([](const Request& r) {
         Answer answer;
-        for (char c : replyFrame(r.seq, r.command, "0\tsplit\t")) answer.push_back({std::string(1, c), 2});
+        for (char c : replyFrame(r.seq, r.command, "0\tsplit\t"))
+            answer.push_back({std::string(1, c), 2});
         return answer;
     });
     std::string reply;
@@ -89,7 +97,8 @@ TEST_P(Link, ReplySplitIntoSingleBytesIsAssembled) {
 }
 
 TEST_P(Link, NoiseBeforeThePreambleIsDropped) {
-    const std::string noises[] = {std::string("\x7F\x55\x00", 3), "zzzzzzzzzz", std::string(1, '\x03')};
+    const std::string noises[] = {std::string("\x7F\x55\x00", 3), "zzzzzzzzzz",
+                                  std::string(1, '\x03')};
     for (const auto& noise : noises) {
         device->onRequest([noise](const Request& r) {
             return Answer{{noise + replyFrame(r.seq, r.command, "0\tok\t"), 0}};
@@ -114,7 +123,8 @@ TEST_P(Link, RejectedFramesAreRepeated) {
         const char* name;
         std::function<std::string(const Request&)> bad;
     } cases[] = {
-        {"wrong sequence", [](const Request& r) { return replyFrame(r.seq + 1, r.command, "0\t"); }},
+        {"wrong sequence",
+         [](const Request& r) { return replyFrame(r.seq + 1, r.command, "0\t"); }},
         {"wrong command", [](const Request& r) { return replyFrame(r.seq, r.command + 1, "0\t"); }},
         {"wrong checksum",
          [](const Request& r) {
@@ -203,7 +213,9 @@ TEST_P(Link, ValidFrameWithoutDataFailsWithoutRepeatButStoresStatus) {
 }
 
 TEST_P(Link, CommandAboveOneByteIsComparedByItsLowByte) {
-    device->onRequest([](const Request& r) { return Answer{{replyFrame(r.seq, r.command & 0xFF, "0\t"), 0}}; });
+    device->onRequest([](const Request& r) {
+        return Answer{{replyFrame(r.seq, r.command & 0xFF, "0\t"), 0}};
+    });
     std::string reply;
     EXPECT_EQ(send(0x1FF, "", reply), 0);
     EXPECT_EQ(device->requests()[0].command, 0x1FFu);
@@ -219,8 +231,9 @@ TEST_P(SlowLink, SilentDeviceGetsFiveSendsThenFailure) {
     EXPECT_EQ(g_ResultCode, kFailed);
     EXPECT_EQ(device->requests().size(), 5u);
     EXPECT_EQ(out, "REPEAT SEND!\nREPEAT SEND!\nREPEAT SEND!\nREPEAT SEND!\n");
-    EXPECT_EQ(log(), (std::vector<std::string>{"Start CheckConnection();", "REPEAT", "REPEAT", "REPEAT",
-                                               "REPEAT", "CheckConnection(); ErrorCode: 100001"}));
+    EXPECT_EQ(log(),
+              (std::vector<std::string>{"Start CheckConnection();", "REPEAT", "REPEAT", "REPEAT",
+                                        "REPEAT", "CheckConnection(); ErrorCode: 100001"}));
 }
 
 TEST_P(SlowLink, LoneNakByteIsNotExamined) {
@@ -250,7 +263,9 @@ TEST_P(SlowLink, LateReplyToAnEarlierFrameCostsOneRepeat) {
     device->then([](const Request&) { return Answer{}; });
     device->then([](const Request&) { return Answer{}; });
     device->then([](const Request&) { return Answer{}; });
-    device->then([](const Request& r) { return Answer{{replyFrame(r.seq, r.command, "0\tlate\t"), 0}}; });
+    device->then([](const Request& r) {
+        return Answer{{replyFrame(r.seq, r.command, "0\tlate\t"), 0}};
+    });
     device->replyAlways("0\tnew\t");
     std::string reply;
     captureStdout([&] {
@@ -258,6 +273,18 @@ TEST_P(SlowLink, LateReplyToAnEarlierFrameCostsOneRepeat) {
         EXPECT_EQ(send(0x2D, "", reply), 0);
     });
     EXPECT_EQ(reply, "0\tnew\t");
+}
+
+TEST_P(SlowLink, FullBufferEndsTheWaitAndRepeats) {
+    // A frame that claims 65535 bytes never completes; once the buffer holds
+    // 102400 bytes the reads ask for nothing and the pass limit ends the wait.
+    device->then([](const Request&) {
+        return Answer{{"\x01\x3F\x3F\x3F\x3F" + std::string(110000, 'x'), 0}};
+    });
+    device->replyAlways("0\t");
+    std::string reply;
+    captureStdout([&] { EXPECT_EQ(send(0x2D, "", reply), 0); });
+    EXPECT_EQ(device->requests().size(), 2u);
 }
 
 VERDA_TCP_ONLY(SlowLink);
@@ -268,12 +295,14 @@ class ShortFrames : public DriverTest {};
 TEST_P(ShortFrames, LengthBelowNineteenThrowsTheStandardLengthError) {
     // L = 18: the status is read from offset 10, then the data length is negative.
     device->onRequest([](const Request& r) {
-        std::string counted = std::string("\x30\x30\x33\x32", 4) + static_cast<char>(r.seq) + "\x30\x30\x32\x3D" +
+        std::string counted = std::string("\x30\x30\x33\x32", 4) + static_cast<char>(r.seq) +
+                              "\x30\x30\x32\x3D" +
                               std::string("\x03\x00\x00\x00\x00\x00\x00\x00", 8) + "\x05";
         unsigned sum = 0;
         for (unsigned char c : counted) sum += c;
         std::string check(4, '\0');
-        for (int i = 0; i < 4; ++i) check[i] = static_cast<char>(0x30 + ((sum >> (12 - 4 * i)) & 0xF));
+        for (int i = 0; i < 4; ++i)
+            check[i] = static_cast<char>(0x30 + ((sum >> (12 - 4 * i)) & 0xF));
         return Answer{{"\x01" + counted + check + "\x03", 0}};
     });
     EXPECT_THROW(VERDA::CheckConnection(), std::length_error);
@@ -287,7 +316,8 @@ TEST_P(ShortFrames, LengthBelowEightGetsZeroStatusBeforeTheLengthError) {
     device->onRequest([](const Request&) {
         return Answer{{std::string("\x01\x30\x30\x32\x35\x21\x30\x30\x3E\x38\x03", 11), 0}};
     });
-    vr35->status->SetStatus(reinterpret_cast<unsigned char*>(const_cast<char*>("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF")));
+    vr35->status->SetStatus(
+        reinterpret_cast<unsigned char*>(const_cast<char*>("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF")));
     std::string reply;
     EXPECT_THROW(send(0xE8, "", reply), std::length_error);
     EXPECT_EQ(vr35->status->getStatus(), std::string(48, '0'));

@@ -44,7 +44,8 @@ TEST(ComPort, ConstructionDefaults) {
 
 TEST(ComPort, OpenOfAMissingPathPrintsAndFails) {
     ComPort port;
-    std::string out = captureStdout([&] { EXPECT_FALSE(port.Open(std::string("/nonexistent/tty"))); });
+    std::string out =
+        captureStdout([&] { EXPECT_FALSE(port.Open(std::string("/nonexistent/tty"))); });
     EXPECT_EQ(out, "Unable to open /nonexistent/tty\n");
     EXPECT_FALSE(port.isOpen());
     EXPECT_EQ(port.fd, -1);
@@ -70,10 +71,8 @@ TEST(ComPort, SecondOpenClosesTheFirstDescriptor) {
 }
 
 class SerialSettings : public ::testing::Test {
-protected:
-    void SetUp() override {
-        device.reset(new ScriptedDevice(ScriptedDevice::Pty));
-    }
+  protected:
+    void SetUp() override { device.reset(new ScriptedDevice(ScriptedDevice::Pty)); }
     std::unique_ptr<ScriptedDevice> device;
 };
 
@@ -83,8 +82,12 @@ TEST_F(SerialSettings, BaudRatesAndTheirMessages) {
         speed_t expected;
         std::string out;
     } cases[] = {
-        {7, B115200, ""},   {115200, B115200, ""}, {0, B1200, ""}, {3, B9600, ""},
-        {1800, B1800, ""},  {57600, B57600, ""},
+        {7, B115200, ""},
+        {115200, B115200, ""},
+        {0, B1200, ""},
+        {3, B9600, ""},
+        {1800, B1800, ""},
+        {57600, B57600, ""},
         {8, B600, "Error set baud rate \"8\".\n"},  // no code, no known rate: 8 is B600's value
     };
     for (const auto& c : cases) {
@@ -170,19 +173,29 @@ TEST(Driver, OpenSerialOnAMissingDeviceStillHoldsAPort) {
     VERDA::Init();
     TempDir home;
     vr35->homeDir = home.path();
-    std::string out = captureStdout([] { EXPECT_FALSE(VERDA::OpenSerial("/nonexistent/ttyS9", 115200)); });
+    std::string out =
+        captureStdout([] { EXPECT_FALSE(VERDA::OpenSerial("/nonexistent/ttyS9", 115200)); });
     EXPECT_EQ(out, "Unable to open /nonexistent/ttyS9\n");
     ASSERT_NE(vr35->port, nullptr);
     const unsigned char seq = vr35->seq;
     EXPECT_FALSE(VERDA::CheckConnection());
     EXPECT_EQ(g_ResultCode, 100001);
-    EXPECT_EQ(vr35->seq, seq + 1);  // the sequence advanced before the open test
+    EXPECT_EQ(vr35->seq, seq + 1);      // the sequence advanced before the open test
     EXPECT_TRUE(VERDA::CloseSocket());  // closes any kind of port
     EXPECT_EQ(vr35->port, nullptr);
     EXPECT_TRUE(VERDA::CloseSerial());  // and nothing at all
     // OpenCOMPort opens the port number as a relative path.
     out = captureStdout([] { EXPECT_FALSE(vr35->OpenCOMPort(3, 7)); });
     EXPECT_EQ(out, "Unable to open 3\n");
+    VERDA::CloseSerial();
+    VERDA::Done();
+    vr35 = nullptr;
+}
+
+TEST(Driver, OpenSerialOnSomethingThatIsNoTerminal) {
+    VERDA::Init();
+    std::string out = captureStdout([] { EXPECT_FALSE(VERDA::OpenSerial("/dev/null", 9600)); });
+    EXPECT_EQ(out, "Error read serial port config.\n");
     VERDA::CloseSerial();
     VERDA::Done();
     vr35 = nullptr;
@@ -201,7 +214,7 @@ TEST(Driver, NoPortMeansFailureWithoutLog) {
 }
 
 class Socket : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         VERDA::Init();
         vr35->homeDir = home.path();
@@ -216,7 +229,8 @@ protected:
 
 TEST_F(Socket, ConnectedSocketHasNoDelaySet) {
     ScriptedDevice device(ScriptedDevice::Tcp);
-    std::string out = captureStdout([&] { EXPECT_TRUE(VERDA::OpenSocket("127.0.0.1", device.port())); });
+    std::string out =
+        captureStdout([&] { EXPECT_TRUE(VERDA::OpenSocket("127.0.0.1", device.port())); });
     EXPECT_EQ(out, "Socket created\nConnected\n\n");
     int on = 0;
     socklen_t size = sizeof on;
@@ -242,8 +256,9 @@ TEST_F(Socket, FailedConnectionStillReportsTrueAndExchangesFail) {
     }
     for (const std::string& host : {std::string("127.0.0.1"), std::string("localhost")}) {
         std::string err;
-        std::string out = captureStdout(
-            [&] { err = captureStderr([&] { EXPECT_TRUE(VERDA::OpenSocket(host, closedPort)); }); });
+        std::string out = captureStdout([&] {
+            err = captureStderr([&] { EXPECT_TRUE(VERDA::OpenSocket(host, closedPort)); });
+        });
         EXPECT_EQ(out, "Socket created\n") << host;
         EXPECT_EQ(err.rfind("connect failed. Error: ", 0), 0u) << err;
         EXPECT_FALSE(VERDA::CheckConnection());
