@@ -51,6 +51,10 @@ bool CheckConnection();
 // --- Electronic journal ----------------------------------------------------------
 
 // --- Error texts -----------------------------------------------------------------
+// The text for a result code, from the register or else the driver's own
+// catalogue. Pass an empty ErrorMessage to get the catalogue's text, and read
+// it whatever the result: a failed request still leaves the catalogue's text.
+bool ReadingError(int Code, int& ECode, std::string& ErrorMessage);
 
 // --- Article database ------------------------------------------------------------
 

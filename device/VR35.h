@@ -78,6 +78,11 @@ class VR35 : public CPrinter {
     // --- Electronic journal ------------------------------------------------------
 
     // --- Error texts -------------------------------------------------------------
+    // Explains Code: the register's own text, or, when none arrives and
+    // ErrorMessage is still empty, the catalogue's (device/ErrorCatalogue.h).
+    // ECode is cleared first; ErrorMessage is not, and a text the caller
+    // passes in is kept. Read ErrorMessage whatever the result.
+    int ReadingError(int Code, int& ECode, std::string& ErrorMessage);
 
     // --- Article database --------------------------------------------------------
 };
