@@ -78,8 +78,59 @@ class VR35 : public CPrinter {
     // --- Electronic journal ------------------------------------------------------
 
     // --- Error texts -------------------------------------------------------------
+    // Explains Code: the register's own text, or, when none arrives and
+    // ErrorMessage is still empty, the catalogue's (device/ErrorCatalogue.h).
+    // ECode is cleared first; ErrorMessage is not, and a text the caller
+    // passes in is kept. Read ErrorMessage whatever the result.
+    int ReadingError(int Code, int& ECode, std::string& ErrorMessage);
 
     // --- Article database --------------------------------------------------------
+    // One device command with a sub-command letter; the letters are
+    // case-sensitive (the doubled suffix is the lower-case letter). Outputs
+    // are touched only on success, but for Extra1 and Extra2 of R, which are
+    // cleared first. Units to Extra2 travel only above firmware 944123.
+    int PrgAndReadArticleI(int& Info1, int& Info2, int& Info3);
+    int PrgAndReadArticleP(int PLU, char TaxGr, int Dep, int Group, char PriceType, double Price,
+                           char AddQty, double Quantity, std::string Bar1, std::string Bar2,
+                           std::string Bar3, std::string Bar4, std::string Name, std::string Units,
+                           std::string Id1C, std::string IsWeight, std::string Service, int Extra1,
+                           int Extra2);
+    int PrgAndReadArticleA(int PLU, double Quantity);
+    int PrgAndReadArticleD(int PLU, int ToPLU);
+    int PrgAndReadArticleR(int PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                           double& Price, double& Value1, double& Value2, double& Value3,
+                           std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                           std::string& Bar4, std::string& Name, std::string& Units,
+                           std::string& Id1C, std::string& IsWeight, std::string& Service,
+                           int& Extra1, int& Extra2);
+    // The walks return the short record, Name in the register's code page.
+    // F, N and NN write the record's PLU back.
+    int PrgAndReadArticleF(int& PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                           double& Price, double& Value1, double& Value2, double& Value3,
+                           std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                           std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleL(int PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                           double& Price, double& Value1, double& Value2, double& Value3,
+                           std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                           std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleLL(int PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                            double& Price, double& Value1, double& Value2, double& Value3,
+                            std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                            std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleN(int& PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                           double& Price, double& Value1, double& Value2, double& Value3,
+                           std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                           std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleNN(int& PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                            double& Price, double& Value1, double& Value2, double& Value3,
+                            std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                            std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleFF(int PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
+                            double& Price, double& Value1, double& Value2, double& Value3,
+                            std::string& Bar1, std::string& Bar2, std::string& Bar3,
+                            std::string& Bar4, std::string& Name);
+    int PrgAndReadArticleX(int PLU, int& ArticleValue);
+    int PrgAndReadArticleXX(int PLU, int& ArticleValue);
 };
 
 #endif
