@@ -29,7 +29,7 @@ TEST_P(SimpleOperations, SendTheirRequestReadTheReplyAndLog) {
     double amount = 0, paid = 0, cashSum = 0, cashIn = 0, cashOut = -1;
     std::string text, code, answer, sign, f[6], groupText, depText, stamp, image;
     char depChar = 0;
-    int n[3] = {};
+    int n[3] = {-1, 0, 0}, groupNumber = 0;
     long depNumber = 0;
     double v[6] = {}, groupAmount = 0, depAmount = 0, depAmount2 = 9;
     const std::string letters40(40, 'a');
@@ -53,8 +53,8 @@ TEST_P(SimpleOperations, SendTheirRequestReadTheReplyAndLog) {
          "-5\tb\tc\td\te\t", "ReadDeviceInfo2();"},
         {[&] { return VERDA::ReadDeviceInfo3(n[0], f[1], n[1], f[3], n[2], f[5]); }, 0x7B, "3\t",
          "x\tb\t7\td\t-9\tf\t", "ReadDeviceInfo3();"},
-        {[&] { return VERDA::GetTradingGroupInfo(5, n[0], groupAmount, groupText); }, 0x57, "5\t",
-         "0\t3\t2.5\tgroup\xE0\t", "GetTradingGroupInfo();"},
+        {[&] { return VERDA::GetTradingGroupInfo(5, groupNumber, groupAmount, groupText); }, 0x57,
+         "5\t", "0\t3\t2.5\tgroup\xE0\t", "GetTradingGroupInfo();"},
         {[&] {
              return VERDA::GetDepInfoInCheck(-2, depChar, depAmount, depNumber, depAmount2,
                                              depText);
@@ -133,8 +133,9 @@ TEST_P(SimpleOperations, SendTheirRequestReadTheReplyAndLog) {
     EXPECT_DOUBLE_EQ(paid, 200.0);
     EXPECT_DOUBLE_EQ(v[0] + v[5], 7.5);
     EXPECT_EQ(f[0] + f[1] + f[2] + f[3] + f[4] + f[5], "-5bcdef");
+    EXPECT_EQ(n[0], 0);  // "x" does not parse
     EXPECT_EQ(n[1] * 10 + n[2], 70 - 9);
-    EXPECT_EQ(n[0], 3);  // the group number
+    EXPECT_EQ(groupNumber, 3);
     EXPECT_DOUBLE_EQ(groupAmount, 2.5);
     EXPECT_EQ(groupText, "group\xE0");  // device bytes as they came
     EXPECT_EQ(depChar, 'D');
