@@ -71,11 +71,9 @@ int VR35::RegisterArticleSale(int PluCode, double Quantity, char DiscountType, d
     SlipNumber = 0;
     cmd::Request request;
     request.number(PluCode).amount(Quantity, 3).byte(DiscountType);
-    // The kind byte "0" alone means no discount here, whatever the value.
-    if (DiscountType == '0')
-        request.empty();
-    else
-        request.amount(DiscountValue, 2);
+    // The kind byte "0" alone means no discount here, whatever the value:
+    // the value field is then left out together with its tab.
+    if (DiscountType != '0') request.amount(DiscountValue, 2);
     return cmd::run(
         *this, "RegisterArticleSale", 0x3A, request,
         [&](cmd::Fields& f) { SlipNumber = f.integer(); },

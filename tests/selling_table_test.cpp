@@ -106,7 +106,7 @@ TEST_P(SimpleOperations, SendTheirRequestReadTheReplyAndLog) {
          std::string(32, 'a') + std::string("\t1\t\x01\t\0\tu\tc\te\t", 13), "0\t",
          "PrintFreeTextInFiscalInv(Text=" + letters40 + ");"},
         {[&] { return VERDA::RegisterArticleSale(12, 1.5, '0', 5, slip); }, 0x3A,
-         "12\t1.500\t0\t\t", "0\t9\t",
+         "12\t1.500\t0\t", "0\t9\t",
          "RegisterArticleSale(PluCode=12,Quantity=1.500,DiscountType=0,DiscountValue=5.00,"
          "SlipNumber=9);"},
         {[&] { return VERDA::RegisterArticleSale(12, 2, '1', 0, slip); }, 0x3A,
