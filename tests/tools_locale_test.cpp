@@ -76,24 +76,27 @@ TEST(ToolsLocale, WithARusLocaleTheWideConversionsWork) {
 // getDateTime and getStrDate against strftime of the same second, in time
 // zones that between them bring every hour of the day.
 TEST(ToolsLocale, DatesAreZeroFilledLocalTime) {
-    for (int offset = -12; offset < 12; ++offset) {
-        const std::string result = runInChild([offset] {
+    const std::string mismatches = runInChild([] {
+        std::string found;
+        for (int offset = -12; offset < 12; ++offset) {
             setenv("TZ", ("UTC" + std::to_string(offset)).c_str(), 1);
             tzset();
-            for (;;) {
-                const std::time_t before = std::time(nullptr);
-                const std::string dateTime = getDateTime(), date = getStrDate();
-                if (std::time(nullptr) != before) continue;  // a second passed: again
-                char want[32], wantDate[16];
-                std::strftime(want, sizeof want, "%d.%m.%Y %H:%M:%S", std::localtime(&before));
-                std::strftime(wantDate, sizeof wantDate, "%d%m%Y", std::localtime(&before));
-                return dateTime == want && date == wantDate
-                           ? std::string("same")
-                           : dateTime + " " + date + " expected " + want + " " + wantDate;
-            }
-        });
-        EXPECT_EQ(result, "same") << "TZ offset " << offset;
-    }
+            std::time_t before;
+            std::string dateTime, date;
+            do {  // again when a second passed during the calls
+                before = std::time(nullptr);
+                dateTime = getDateTime();
+                date = getStrDate();
+            } while (std::time(nullptr) != before);
+            char want[32], wantDate[16];
+            std::strftime(want, sizeof want, "%d.%m.%Y %H:%M:%S", std::localtime(&before));
+            std::strftime(wantDate, sizeof wantDate, "%d%m%Y", std::localtime(&before));
+            if (dateTime != want || date != wantDate)
+                found += dateTime + " " + date + " expected " + want + " " + wantDate + "\n";
+        }
+        return found;
+    });
+    EXPECT_EQ(mismatches, "");
 }
 
 }  // namespace
