@@ -37,18 +37,6 @@ unsigned char fromDos(unsigned char in) {
     return 0x20;                                                   // Ё, ё and the rest
 }
 
-}  // namespace
-
-std::string fromASCIItoDOS(std::string text) {
-    return text_shapes::mapEach<std::string>(text, toDos);
-}
-
-std::string fromDOStoASCII(std::string text) {
-    return text_shapes::mapEach<std::string>(text, fromDos);
-}
-
-namespace {
-
 // The Kazakh letters of the single-byte table, the same in both directions.
 struct KazakhLetter {
     unsigned char byte;
@@ -85,6 +73,14 @@ unsigned char toKaz(wchar_t in) {
 }
 
 }  // namespace
+
+std::string fromASCIItoDOS(std::string text) {
+    return text_shapes::mapEach<std::string>(text, toDos);
+}
+
+std::string fromDOStoASCII(std::string text) {
+    return text_shapes::mapEach<std::string>(text, fromDos);
+}
 
 std::wstring fromKAZASCII(std::string text) {
     return text_shapes::mapEach<std::wstring>(text, fromKaz);

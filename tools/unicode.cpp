@@ -23,25 +23,11 @@ wchar_t fromDos886(char byte) {
     if (b < 0x80) return b;
     if (b <= 0xAF) return b - 0x80 + 0x0410;               // А..п
     if (b >= 0xE0 && b <= 0xEF) return b - 0xE0 + 0x0440;  // р..я
-    switch (b) {
-        case 0xDB:
-        case 0xDC:
-        case 0xDE:
-        case 0xDF:
-        case 0xF0:
-        case 0xF1:
-        case 0xF3:
-        case 0xF4:
-        case 0xF5:
-        case 0xF6:
-        case 0xF7:
-        case 0xF8:
-        case 0xFD:
-        case 0xFE:
-            return L'?';
-        default:
-            return b - 0x100;  // the other line-drawing bytes, read as signed 8-bit values
-    }
+    // DB, DC, DE, DF, F0 (Ё), F1 (ё), F3 to F8, FD and FE have no element.
+    const bool none = (b >= 0xDB && b <= 0xDF && b != 0xDD) ||
+                      (b >= 0xF0 && b <= 0xFE && b != 0xF2 && (b < 0xF9 || b > 0xFC));
+    if (none) return L'?';
+    return b - 0x100;  // the other line-drawing bytes, read as signed 8-bit values
 }
 
 wchar_t upper(wchar_t c) {

@@ -53,6 +53,7 @@ std::string WStringToString(const std::wstring& text, const std::locale& locale)
 
 // Reads on to just behind the next 0xFF 0xFE pair: 1 when found, 0 at end of
 // file. In 0xFF 0xFF 0xFE the second 0xFF is used up and no mark is found.
+// An int rather than a bool, like readBOM: callers test for 1 and 0.
 int seekToLEBOM(FILE* file);
 
 // Reads two bytes from where the file stands: 1 for 0xFF 0xFE, 2 for
