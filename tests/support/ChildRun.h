@@ -6,10 +6,11 @@
 
 #include "support/TestLog.h"
 
-// Runs body in a forked child and returns the text it returned. An exception
-// that leaves body comes back as its kind and what(), for example
-// "runtime_error: ...", and a child that dies as "died". Whatever body
-// changes in the process (the environment, the time zone) stays in the child.
+// Runs body in a forked child and returns the text it returned. A
+// std::runtime_error that leaves body comes back as "runtime_error: " and its
+// what(), any other exception as "other exception", and a child that dies as
+// "died". Whatever body changes in the process (the environment, the time
+// zone) stays in the child.
 std::string runInChild(const std::function<std::string()>& body);
 
 // A locale named "rus" (Russian, CP1251) compiled with localedef into a
