@@ -2,4 +2,6 @@
 // this file goes with it.
 #include "device/VR35.h"
 
-int VR35::PrinterInit() { return 100001; }
+int VR35::PrinterInit() {
+    return 100001;
+}
