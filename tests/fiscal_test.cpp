@@ -16,69 +16,60 @@ class Fiscal : public CommandTest {};
 
 TEST_P(Fiscal, CommandsWithoutOutputs) {
     checkCommands({
-        {"fiscalization, empty texts", [] { return VERDA::Fiscalization("", "", "", ""); }, 0x48,
-         "\t\t\t\t", "Start Fiscalization();",
+        {[] { return VERDA::Fiscalization("", "", "", ""); },
+         {0x48, "\t\t\t\t"},
+         "Start Fiscalization();",
          "Fiscalization(SerialNumber=,TAXnumber=,REGnumber=,InspPssword=);"},
-        {"fiscalization, password in clear",
-         [] { return VERDA::Fiscalization("SN1", "7701", "R9", "secret"); }, 0x48,
-         "SN1\t7701\tR9\tsecret\t", "Start Fiscalization();",
-         "Fiscalization(SerialNumber=SN1,TAXnumber=7701,REGnumber=R9,InspPssword=secret);"},
-        {"tax number of any length", [] { return VERDA::SetTAXNumber(std::string(300, '7')); },
-         0x62, std::string(300, '7') + "\t", "Start SetTAXNumber();", "SetTAXNumber();"},
+        {[] { return VERDA::Fiscalization("SN1", "7701", "R9", "pw"); },
+         {0x48, "SN1\t7701\tR9\tpw\t"},
+         "Start Fiscalization();",
+         "Fiscalization(SerialNumber=SN1,TAXnumber=7701,REGnumber=R9,InspPssword=pw);"},
+        {[] { return VERDA::SetTAXNumber(std::string(300, '7')); },
+         {0x62, std::string(300, '7') + "\t"},
+         "Start SetTAXNumber();",
+         "SetTAXNumber();"},
     });
 }
 
-struct TextCase {
-    std::string label;
-    std::function<bool(std::string&)> call;
-    unsigned int command;
-    std::string data;
-    std::string close;  // "%" stands for the output's value
-};
-
-std::string withValue(std::string line, const std::string& value) {
-    const std::string::size_type at = line.find('%');
-    return at == std::string::npos ? line : line.replace(at, 1, value);
-}
-
 TEST_P(Fiscal, TextOutputsAreReadOrLeftAsTheCallerPassedThem) {
-    const TextCase cases[] = {
-        {"tax number", [](std::string& t) { return VERDA::GetTAXNumber(t); }, 0x63, "",
-         "GetTAXNumber();"},
-        {"serial", [](std::string& t) { return VERDA::SetManufacturersSerialNumber("S7", t); },
-         0x5B, "S7\t", "SetManufacturersSerialNumber(Serial=S7);"},
-        {"by date, empty dates",
-         [](std::string& t) { return VERDA::FiscalReportByDate('D', "", "", t); }, 0x5E, "D\t\t\t",
-         "FiscalReportByDate();"},
-        {"by number, negative from",
-         [](std::string& t) { return VERDA::FiscalReportByNumber('Z', -1, 10, t); }, 0x5F, "Z\t",
-         "FiscalReportByNumber(Type=Z,TextData=%);"},
-        {"by number, negative to",
-         [](std::string& t) { return VERDA::FiscalReportByNumber('Z', 10, -1, t); }, 0x5F, "Z\t",
-         "FiscalReportByNumber(Type=Z,TextData=%);"},
-        {"by number, zeros",
-         [](std::string& t) { return VERDA::FiscalReportByNumber('Z', 0, 0, t); }, 0x5F,
-         "Z\t0\t0\t", "FiscalReportByNumber(Type=Z,TextData=%);"},
-        {"memory block, negatives",
-         [](std::string& t) { return VERDA::ReadFiscalMemoryBlock(-1, -2, t); }, 0x70,
-         "0\t-1\t-2\t", "ReadFiscalMemoryBlock();"},
-        {"last entry", [](std::string& t) { return VERDA::DateOfLastEntryByFiscalMemory(t); }, 0x56,
-         "", "DateOfLastEntryByFiscalMemory();"},
+    using namespace VERDA;
+    using S = std::string;
+    const struct {
+        std::function<bool(S&)> call;
+        Sent request;
+        std::string close;  // before the output's value, when it is logged
+        bool logged;
+    } cases[] = {
+        // clang-format off
+        {[](S& t) { return GetTAXNumber(t); }, {0x63, ""}, "GetTAXNumber();", false},
+        {[](S& t) { return SetManufacturersSerialNumber("S7", t); }, {0x5B, "S7\t"},
+         "SetManufacturersSerialNumber(Serial=S7);", false},
+        {[](S& t) { return FiscalReportByDate('D', "", "", t); }, {0x5E, "D\t\t\t"},
+         "FiscalReportByDate();", false},
+        {[](S& t) { return FiscalReportByNumber('Z', -1, 10, t); }, {0x5F, "Z\t"},
+         "FiscalReportByNumber(Type=Z,TextData=", true},
+        {[](S& t) { return FiscalReportByNumber('Z', 10, -1, t); }, {0x5F, "Z\t"},
+         "FiscalReportByNumber(Type=Z,TextData=", true},
+        {[](S& t) { return FiscalReportByNumber('Z', 0, 0, t); }, {0x5F, "Z\t0\t0\t"},
+         "FiscalReportByNumber(Type=Z,TextData=", true},
+        {[](S& t) { return ReadFiscalMemoryBlock(-1, -2, t); }, {0x70, "0\t-1\t-2\t"},
+         "ReadFiscalMemoryBlock();", false},
+        {[](S& t) { return DateOfLastEntryByFiscalMemory(t); }, {0x56, ""},
+         "DateOfLastEntryByFiscalMemory();", false},
+        // clang-format on
     };
-    for (const TextCase& c : cases) {
-        SCOPED_TRACE(c.label);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.close + " <- " + c.request.second);
         std::string text = "old";
         device->replyAlways("0\t\xC0\x80 x\tmore\t");
         EXPECT_TRUE(c.call(text));
         EXPECT_EQ(text, "\xC0\x80 x");  // no code page either way
-        EXPECT_EQ(device->requests().back().command, c.command);
-        EXPECT_EQ(device->requests().back().data, c.data);
-        EXPECT_EQ(log().back(), withValue(c.close, text));
-        text = "old";
+        EXPECT_EQ(lastSent(), c.request);
+        EXPECT_EQ(log().back(), c.logged ? c.close + text + ");" : c.close);
         device->replyAlways("-5\tnew\t");
-        EXPECT_FALSE(c.call(text));
+        EXPECT_FALSE(c.call(text = "old"));
         EXPECT_EQ(text, "old");
-        EXPECT_EQ(log().back(), withValue(c.close, "old") + " ErrorCode: 5");
+        EXPECT_EQ(log().back(), (c.logged ? c.close + "old);" : c.close) + " ErrorCode: 5");
     }
 }
 
@@ -87,47 +78,40 @@ TEST_P(Fiscal, MemoryCounters) {
     int records = 9, free = 9;
     EXPECT_TRUE(VERDA::TestFiscalMemory('1', records));
     EXPECT_TRUE(VERDA::FreeFieldsByFiscalMemory(free));
-    EXPECT_EQ(records, 42);
-    EXPECT_EQ(free, 42);
+    EXPECT_EQ(records + free, 84);
     device->replyAlways("-5\t42\t");
     records = free = 9;
     EXPECT_FALSE(VERDA::TestFiscalMemory('0', records));
     EXPECT_FALSE(VERDA::FreeFieldsByFiscalMemory(free));
     EXPECT_EQ(records, 0);  // cleared first
     EXPECT_EQ(free, 9);
-    const auto requests = device->requests();
-    EXPECT_EQ(requests[0].command, 0x59u);
-    EXPECT_EQ(requests[0].data, "1\t");
-    EXPECT_EQ(requests[1].command, 0x44u);
-    EXPECT_EQ(requests[1].data, "");
-    const auto lines = log();
+    EXPECT_EQ(sent(), (std::vector<Sent>{{0x59, "1\t"}, {0x44, ""}, {0x59, "0\t"}, {0x44, ""}}));
+    const Lines lines = log();
     EXPECT_EQ(lines[1], "TestFiscalMemory(Write = 1, Records = 42);");
     EXPECT_EQ(lines[3], "FreeFieldsByFiscalMemory();");
     EXPECT_EQ(lines[5], "TestFiscalMemory(Write = 0, Records = 0); ErrorCode: 5");
 }
 
 TEST_P(Fiscal, DriveStateIsCopiedAndKeptOnFailure) {
-    device->replyAlways(tabbed({"0", "v1.0", "99", "any phase", "1", "0x05", "2027-01-01", "29",
-                                "15", "120", "4567", "4560"}));
     std::string t[7];
     int n[4];
-    EXPECT_TRUE(
-        VERDA::GetStateFN('A', t[0], t[1], t[2], t[3], t[4], t[5], t[6], n[0], n[1], n[2], n[3]));
-    EXPECT_EQ(t[2], "any phase");
-    EXPECT_EQ(t[6], "29");
-    EXPECT_EQ(n[0], 15);
+    auto state = [&] {
+        return VERDA::GetStateFN('A', t[0], t[1], t[2], t[3], t[4], t[5], t[6], n[0], n[1], n[2],
+                                 n[3]);
+    };
+    device->replyAlways(tabbed({"0", "v1.0", "99", "any phase", "1", "0x05", "2027-01-01", "29",
+                                "15", "120", "4567", "4560"}));
+    EXPECT_TRUE(state());
+    EXPECT_EQ(lastSent(), Sent(0x47, "A\t"));
     EXPECT_EQ(n[3], 4560);
-    EXPECT_EQ(device->requests().back().command, 0x47u);
-    EXPECT_EQ(device->requests().back().data, "A\t");
     const std::string line =
         "GetStateFN(Version=v1.0,Number=99,Phase=any phase,ShiftStatus=1,WarningFlags=0x05,"
         "DateDeadline=2027-01-01,RegLeft=29,ShiftNumber=15,ReceiptsCount=120,LastDocIssued=4567,"
         "FirsDocUnsent=4560);";
     EXPECT_EQ(log().back(), line);
     device->replyAlways("-5\t");
-    EXPECT_FALSE(
-        VERDA::GetStateFN('A', t[0], t[1], t[2], t[3], t[4], t[5], t[6], n[0], n[1], n[2], n[3]));
-    EXPECT_EQ(log().back(), line + " ErrorCode: 5");
+    EXPECT_FALSE(state());
+    EXPECT_EQ(log().back(), line + " ErrorCode: 5");  // nothing cleared
 }
 
 TEST_P(Fiscal, OperatorQueueFlagsAndClearing) {
@@ -139,27 +123,16 @@ TEST_P(Fiscal, OperatorQueueFlagsAndClearing) {
     };
     device->replyAlways(tabbed({"0", "1", "0", "15", "4567", "7", "4560", "2026-11-22 10:00"}));
     EXPECT_TRUE(status());
-    EXPECT_TRUE(shift);
-    EXPECT_FALSE(end);
-    EXPECT_EQ(n[0], 15);
-    EXPECT_EQ(n[3], 4560);
-    EXPECT_EQ(date, "2026-11-22 10:00");
-    EXPECT_EQ(device->requests().back().command, 0x4Du);
-    EXPECT_EQ(device->requests().back().data, "");
+    EXPECT_EQ(lastSent(), Sent(0x4D, ""));
     EXPECT_EQ(log().back(),
               "GetOFDandFNStatus(StatusShift=1,End24hours=0,ShiftNumber=15,DocNumber=4567,"
               "UnsendDocCount=7,FirstUnsent=4560,DateTimeUnsent=2026-11-22 10:00);");
     device->replyAlways(tabbed({"0", "yes", "11"}));
     EXPECT_TRUE(status());
-    EXPECT_FALSE(shift);
-    EXPECT_FALSE(end);
+    EXPECT_FALSE(shift || end);  // only the text "1" is true
     shift = end = true;
     device->replyAlways("-5\t1\t1\t");
     EXPECT_FALSE(status());
-    EXPECT_FALSE(shift);
-    EXPECT_FALSE(end);
-    EXPECT_EQ(n[0], 0);
-    EXPECT_EQ(date, "");
     EXPECT_EQ(log().back(),
               "GetOFDandFNStatus(StatusShift=0,End24hours=0,ShiftNumber=0,DocNumber=0,"
               "UnsendDocCount=0,FirstUnsent=0,DateTimeUnsent=); ErrorCode: 5");
@@ -169,8 +142,7 @@ TEST_P(Fiscal, RegistrationNumbersOnlyForTheirTypes) {
     const std::string numbers = "0\t77\t12345\t";
     const struct {
         char type;
-        std::string reply;
-        std::string data;
+        std::string reply, data;
         int result, nFD, SignFP;
     } cases[] = {
         {31, numbers, "31\tpw\t", 0, 77, 12345},
@@ -191,10 +163,9 @@ TEST_P(Fiscal, RegistrationNumbersOnlyForTheirTypes) {
         EXPECT_EQ(g_ResultCode, c.result);
         EXPECT_EQ(nFD, c.nFD);
         EXPECT_EQ(SignFP, c.SignFP);
-        EXPECT_EQ(device->requests().back().command, 0x90u);
-        EXPECT_EQ(device->requests().back().data, c.data);
+        EXPECT_EQ(lastSent(), Sent(0x90, c.data));
     }
-    const auto lines = log();
+    const Lines lines = log();
     EXPECT_EQ(lines[1],
               "ChangeOFDRegistration(OperationType=31,InspPssword=pw,nFD=77,SignFP=12345);");
     EXPECT_EQ(

@@ -17,40 +17,37 @@ TEST_P(Journal, SearchByDate) {
     int number1 = 1, number2 = 2;
     device->replyAlways(tabbed({"0", "first", "second", "3", "-4"}));
     EXPECT_TRUE(VERDA::GetDocInEJByDate("", "", 'T', text1, text2, number1, number2));
-    EXPECT_EQ(device->requests().back().command, 0x7Cu);
-    EXPECT_EQ(device->requests().back().data, "\t\tT\t");
+    EXPECT_EQ(lastSent(), Sent(0x7C, "\t\tT\t"));
     EXPECT_EQ(text1 + "/" + text2, "first/second");
-    EXPECT_EQ(number1, 3);
     EXPECT_EQ(number2, -4);
-    EXPECT_EQ(log().back(), "GetDocInEJByDate();");
     device->replyAlways("-5\tx\ty\t8\t9\t");
-    EXPECT_FALSE(
-        VERDA::GetDocInEJByDate("01.01.26", "02.01.26", 'T', text1, text2, number1, number2));
-    EXPECT_EQ(device->requests().back().data, "01.01.26\t02.01.26\tT\t");
+    EXPECT_FALSE(VERDA::GetDocInEJByDate("1.1", "2.1", 'T', text1, text2, number1, number2));
+    EXPECT_EQ(lastSent(), Sent(0x7C, "1.1\t2.1\tT\t"));
     EXPECT_EQ(text1 + "/" + text2, "first/second");
     EXPECT_EQ(number1, 3);
-    EXPECT_EQ(log().back(), "GetDocInEJByDate(); ErrorCode: 5");
+    EXPECT_EQ(log(), (Lines{"Start GetDocInEJByDate();", "GetDocInEJByDate();",
+                            "Start GetDocInEJByDate();", "GetDocInEJByDate(); ErrorCode: 5"}));
 }
 
 TEST_P(Journal, EntryInfoAndItsFlag) {
     int value1 = 0, value2 = 0, value3 = 0;
     std::string text;
     char flag = 'x';
+    auto info = [&](int number) {
+        return VERDA::GetInfoFromEJ0(number, 'A', value1, value2, text, flag, value3);
+    };
     device->replyAlways(tabbed({"0", "1", "2", "text", "Fz", "3"}));
-    EXPECT_TRUE(VERDA::GetInfoFromEJ0(-12, 'A', value1, value2, text, flag, value3));
-    EXPECT_EQ(device->requests().back().command, 0x7Du);
-    EXPECT_EQ(device->requests().back().data, "0\t-12\tA\t");
+    EXPECT_TRUE(info(-12));
+    EXPECT_EQ(lastSent(), Sent(0x7D, "0\t-12\tA\t"));
     EXPECT_EQ(value1 + value2 * 10 + value3 * 100, 321);
-    EXPECT_EQ(text, "text");
-    EXPECT_EQ(flag, 'F');
+    EXPECT_EQ(text + flag, "textF");
     EXPECT_EQ(log().back(), "GetInfoFromEJ0();");
     device->replyAlways(tabbed({"0", "1", "2", "text", "", "3"}));
-    EXPECT_TRUE(VERDA::GetInfoFromEJ0(1, 'A', value1, value2, text, flag, value3));
+    EXPECT_TRUE(info(1));
     EXPECT_EQ(flag, '\0');
-    flag = 'x';
     device->replyAlways("-5\t7\t7\t7\tG\t7\t");
-    EXPECT_FALSE(VERDA::GetInfoFromEJ0(1, 'A', value1, value2, text, flag, value3));
-    EXPECT_EQ(flag, 'x');
+    EXPECT_FALSE(info(1));
+    EXPECT_EQ(flag, '\0');
     EXPECT_EQ(value3, 3);
 }
 
@@ -59,24 +56,26 @@ TEST_P(Journal, OnlySubCodeOneConvertsItsText) {
     device->replyAlways("0\t\x80z\t");
     EXPECT_TRUE(VERDA::GetInfoFromEJ1(one));
     EXPECT_TRUE(VERDA::GetInfoFromEJ2(two));
-    EXPECT_EQ(one, "\x90z");
-    EXPECT_EQ(two, "\x80z");
-    EXPECT_EQ(sentData(), (std::vector<std::string>{"1\t", "2\t"}));
+    EXPECT_EQ(one + two, "\x90z\x80z");
     device->replyAlways("-5\t\x80z\t");
     one = two = "old";
     EXPECT_FALSE(VERDA::GetInfoFromEJ1(one));
     EXPECT_FALSE(VERDA::GetInfoFromEJ2(two));
     EXPECT_EQ(one + two, "oldold");
-    EXPECT_EQ(log(),
-              (std::vector<std::string>{
-                  "Start GetInfoFromEJ1();", "GetInfoFromEJ1();", "Start GetInfoFromEJ2();",
-                  "GetInfoFromEJ2();", "Start GetInfoFromEJ1();", "GetInfoFromEJ1(); ErrorCode: 5",
-                  "Start GetInfoFromEJ2();", "GetInfoFromEJ2(); ErrorCode: 5"}));
+    EXPECT_EQ(sent(),
+              (std::vector<Sent>{{0x7D, "1\t"}, {0x7D, "2\t"}, {0x7D, "1\t"}, {0x7D, "2\t"}}));
+    EXPECT_EQ(log(), (Lines{"Start GetInfoFromEJ1();", "GetInfoFromEJ1();",
+                            "Start GetInfoFromEJ2();", "GetInfoFromEJ2();",
+                            "Start GetInfoFromEJ1();", "GetInfoFromEJ1(); ErrorCode: 5",
+                            "Start GetInfoFromEJ2();", "GetInfoFromEJ2(); ErrorCode: 5"}));
 }
 
 TEST_P(Journal, SubCodeThreeReadsOnlyTheResult) {
-    checkCommands({{"sub-code 3", [] { return VERDA::GetInfoFromEJ3(12, 'A'); }, 0x7D, "3\t12\tA\t",
-                    "Start GetInfoFromEJ3();", "GetInfoFromEJ3();"}});
+    checkCommands({{[] { return VERDA::GetInfoFromEJ3(12, 'A'); },
+                    {0x7D, "3\t12\tA\t"},
+                    "Start GetInfoFromEJ3();",
+                    "GetInfoFromEJ3();"}},
+                  "0\t1\t");
 }
 
 VERDA_BOTH_TRANSPORTS(Journal);
