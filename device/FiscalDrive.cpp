@@ -26,7 +26,7 @@ int VR35::GetStateFN(char InfoType, std::string& Version, std::string& Number, s
                                   {"LastDocIssued", LastDocIssued},
                                   {"FirsDocUnsent", FirsDocUnsent}};
     return cmd::runOutputs(*this, "GetStateFN", 0x47, cmd::Request().byte(InfoType), outputs,
-                           "GetStateFN(", cmd::AmountLog::Stream);
+                           "GetStateFN(");
 }
 
 int VR35::GetOFDandFNStatus(bool& StatusShift, bool& End24hours, int& ShiftNumber, int& DocNumber,
@@ -37,7 +37,7 @@ int VR35::GetOFDandFNStatus(bool& StatusShift, bool& End24hours, int& ShiftNumbe
                                   {"DateTimeUnsent", DateTimeUnsent}};
     cmd::clear(outputs);
     return cmd::runOutputs(*this, "GetOFDandFNStatus", 0x4D, cmd::Request(), outputs,
-                           "GetOFDandFNStatus(", cmd::AmountLog::Stream);
+                           "GetOFDandFNStatus(");
 }
 
 // Only the types 1 to 4 and 31 answer with the two numbers; for the others

@@ -101,7 +101,8 @@ inline void write(std::ostream& log, const Outputs& outputs, AmountLog amounts) 
 // head, the outputs as "Name=value" pairs, and ");". Fields past the outputs
 // are left unread.
 inline int runOutputs(VR35& device, const char* name, unsigned int command, const Request& request,
-                      const Outputs& outputs, const std::string& head, AmountLog amounts) {
+                      const Outputs& outputs, const std::string& head,
+                      AmountLog amounts = AmountLog::Stream) {
     return run(
         device, name, command, request, [&](Fields& f) { read(f, outputs); },
         [&](std::ostream& log) {
