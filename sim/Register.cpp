@@ -233,8 +233,9 @@ Lines Register::documentHeader(const std::string& title) const {
         const std::string header = param("Header", i);
         if (!header.empty()) lines.push_back(layout_.center(header));
     }
-    lines.push_back(layout_.pair(dev("ЗН ККТ ") + state_.serial, str(state_.documents + 1)));
-    lines.push_back(layout_.pair(timeText(now()), dev("ИНН ") + state_.taxNumber));
+    lines.push_back(
+        layout_.pair(dev("ЗН ККТ ") + state_.serial, dev("ДОК № ") + str(state_.documents + 1)));
+    lines.push_back(layout_.pair(timeText(now()).substr(0, 16), dev("ИНН ") + state_.taxNumber));
     lines.push_back(layout_.center(title));
     return lines;
 }
