@@ -88,17 +88,10 @@ void Register::ReadDeviceInfo(const Args& in, Reply& out) {
 // last document.
 void Register::SetDateTime(const Args& in, Reply&) {
     in.expect(1, 1);
-    std::tm t = std::tm();
-    char tail = 0;
-    if (std::sscanf(in.text(0).c_str(), "%2d.%2d.%4d %2d:%2d:%2d%c", &t.tm_mday, &t.tm_mon,
-                    &t.tm_year, &t.tm_hour, &t.tm_min, &t.tm_sec, &tail) != 6 ||
-        t.tm_mday < 1 || t.tm_mday > 31 || t.tm_mon < 1 || t.tm_mon > 12 || t.tm_year < 2000 ||
-        t.tm_year > 2037 || t.tm_hour > 23 || t.tm_min > 59 || t.tm_sec > 59 || t.tm_hour < 0 ||
-        t.tm_min < 0 || t.tm_sec < 0)
+    long long wanted = 0;
+    bool dateOnly = false;
+    if (!parseTime(in.text(0), false, wanted, dateOnly) || dateOnly)
         throw Refusal{err::kWrongDateTime};
-    t.tm_mon -= 1;
-    t.tm_year -= 1900;
-    const long long wanted = static_cast<long long>(timegm(&t));
     if (wanted < state_.lastDocTime) throw Refusal{err::kWrongTime};
     state_.clockOffset = wanted - static_cast<long long>(std::time(nullptr));
 }

@@ -11,6 +11,9 @@ const char* const kReceiptTitles[] = {
 const char kJournalTypes[] = "SRPQ-KK";  // journal type by receipt type
 const int kCorrectionSale = 5;
 const int kCorrectionPurchase = 6;
+const Money kLargestPrice = 1000000000;    // ten million roubles
+const Milli kLargestQuantity = 100000000;  // a hundred thousand units
+const Money kWholePercent = 10000;
 
 bool isCorrection(int type) {
     return type == kCorrectionSale || type == kCorrectionPurchase;
@@ -45,7 +48,7 @@ void groupSums(const Receipt& r, Money sums[kTaxGroups]) {
 
 // The tax included in a sum at a rate in hundredths of a percent.
 Money taxIn(Money sum, Money rate) {
-    return mulDivRound(sum, rate, 10000 + rate);
+    return mulDivRound(sum, rate, kWholePercent + rate);
 }
 
 }  // namespace
@@ -170,6 +173,8 @@ void Register::addLine(Line line, char discountType, const std::string& discount
     if (receiptPaid() > 0) throw Refusal{err::kPaymentStarted};
     if (line.price < 0) throw Refusal{err::kNegativePrice};
     if (line.quantity < 0) throw Refusal{err::kSyntax};
+    if (line.price > kLargestPrice || line.quantity > kLargestQuantity)
+        throw Refusal{err::kValueTooBig};
     line.amount = mulDivRound(line.price, line.quantity, 1000);
     if (line.amount == 0) throw Refusal{err::kZeroAmount};
     if (discountType < '0' || discountType > '4') throw Refusal{err::kSyntax};
@@ -244,11 +249,12 @@ void Register::Subtotal(const Args& in, Reply& out) {
         r.receiptAdjustment = 0;
         const Money lines = receiptTotal();
         const bool percent = type == '1' || type == '3';
-        Money adjustment = percent ? mulDivRound(lines, value, 10000) : value;
-        if (type == '1' || type == '2') {
-            if (adjustment >= lines) throw Refusal{err::kValueTooBig};
-            adjustment = -adjustment;
-        }
+        const bool discount = type == '1' || type == '2';
+        const Money limit = percent ? kWholePercent : lines;
+        // A discount on the receipt leaves something to pay.
+        if (value > limit || (discount && value == limit)) throw Refusal{err::kValueTooBig};
+        Money adjustment = percent ? mulDivRound(lines, value, kWholePercent) : value;
+        if (discount) adjustment = -adjustment;
         r.receiptAdjustment = adjustment;
         printed.push_back(layout_.pair(dev(adjustment < 0 ? "СКИДКА НА ЧЕК" : "НАДБАВКА НА ЧЕК"),
                                        money(adjustment)));

@@ -1,7 +1,5 @@
 // Reports, fiscal memory, fiscal drive and electronic journal of the
 // simulated register.
-#include <ctime>
-
 #include "sim/Register.h"
 
 namespace sim {
@@ -12,20 +10,12 @@ const int kFiscalMemorySize = 2000;
 const int kRegistrations = 12;  // registrations a fiscal drive allows
 const char* const kKindNames[kKinds] = {"ПРИХОД", "ВОЗВРАТ ПРИХОДА", "РАСХОД", "ВОЗВРАТ РАСХОДА"};
 
-// "DD.MM.YYYY", optionally followed by " HH:MM:SS". A bare date stands for
-// the start of its day, or for its end when endOfDay is set.
-long long parseTime(const std::string& text, bool endOfDay) {
-    std::tm t = std::tm();
-    char tail = 0;
-    const int got = std::sscanf(text.c_str(), "%2d.%2d.%4d %2d:%2d:%2d%c", &t.tm_mday, &t.tm_mon,
-                                &t.tm_year, &t.tm_hour, &t.tm_min, &t.tm_sec, &tail);
-    if ((got != 3 && got != 6) || t.tm_mon < 1 || t.tm_mon > 12 || t.tm_mday < 1 ||
-        t.tm_mday > 31 || t.tm_year < 1970 || t.tm_year > 2100)
-        throw Refusal{err::kWrongFormat};
-    t.tm_mon -= 1;
-    t.tm_year -= 1900;
-    const long long time = static_cast<long long>(timegm(&t));
-    return got == 3 && endOfDay ? time + 24 * 3600 - 1 : time;
+// A date or time of a request, refused as a wrong format.
+long long timeField(const std::string& text, bool endOfDay) {
+    long long time = 0;
+    bool dateOnly = false;
+    if (!parseTime(text, endOfDay, time, dateOnly)) throw Refusal{err::kWrongFormat};
+    return time;
 }
 
 bool isFiscalReceipt(char type) {
@@ -291,8 +281,8 @@ void Register::SetManufacturersSerialNumber(const Args& in, Reply& out) {
 void Register::fiscalReport(const Args& in, bool byDate, Reply& out) {
     in.expect(3, 3);
     in.byte(0);
-    const long long from = byDate ? parseTime(in.text(1), false) : in.integer(1);
-    const long long to = byDate ? parseTime(in.text(2), true) : in.integer(2);
+    const long long from = byDate ? timeField(in.text(1), false) : in.integer(1);
+    const long long to = byDate ? timeField(in.text(2), true) : in.integer(2);
     std::vector<const FiscalRecord*> records;
     for (const FiscalRecord& r : state_.fiscalMemory) {
         const long long key = byDate ? r.time : r.number;
@@ -400,7 +390,7 @@ void Register::ChangeOFDRegistration(const Args& in, Reply& out) {
 // the first and the last, and their numbers.
 void Register::GetDocInEJByDate(const Args& in, Reply& out) {
     in.expect(3, 3);
-    const long long from = parseTime(in.text(0), false), to = parseTime(in.text(1), true);
+    const long long from = timeField(in.text(0), false), to = timeField(in.text(1), true);
     const char type = in.byte(2);
     const JournalDoc* first = nullptr;
     const JournalDoc* last = nullptr;

@@ -1,6 +1,9 @@
 #include "sim/Text.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 namespace sim {
 
@@ -114,9 +117,9 @@ std::string formatFixed(long long value, int decimals) {
 }
 
 long long mulDivRound(long long a, long long b, long long divisor) {
-    const long long product = a * b;
-    const long long half = divisor / 2;
-    return product >= 0 ? (product + half) / divisor : -((-product + half) / divisor);
+    // The x87 long double holds any product below 2^64 exactly, on 32 and 64
+    // bits alike, and cannot overflow where a long long product would.
+    return std::llround(static_cast<long double>(a) * b / divisor);
 }
 
 bool parseInt(const std::string& text, long long& value) {
@@ -131,6 +134,25 @@ bool parseInt(const std::string& text, long long& value) {
 
 std::string str(long long value) {
     return std::to_string(value);
+}
+
+bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& dateOnly) {
+    std::tm t = std::tm();
+    char tail = 0;
+    const int got = std::sscanf(text.c_str(), "%2d.%2d.%4d %2d:%2d:%2d%c", &t.tm_mday, &t.tm_mon,
+                                &t.tm_year, &t.tm_hour, &t.tm_min, &t.tm_sec, &tail);
+    if ((got != 3 && got != 6) || t.tm_year < 2000 || t.tm_year > 2037 || t.tm_hour < 0 ||
+        t.tm_hour > 23 || t.tm_min < 0 || t.tm_min > 59 || t.tm_sec < 0 || t.tm_sec > 59)
+        return false;
+    const std::tm wanted = t;
+    t.tm_mon -= 1;
+    t.tm_year -= 1900;
+    const std::time_t seconds = timegm(&t);
+    // A day that does not exist, such as 31.02, comes back as another.
+    if (t.tm_mday != wanted.tm_mday || t.tm_mon + 1 != wanted.tm_mon) return false;
+    dateOnly = got == 3;
+    time = static_cast<long long>(seconds) + (dateOnly && endOfDay ? 24 * 3600 - 1 : 0);
+    return true;
 }
 
 bool splitFields(const std::string& data, std::vector<std::string>& fields) {

@@ -35,6 +35,11 @@ long long mulDivRound(long long a, long long b, long long divisor);
 bool parseInt(const std::string& text, long long& value);
 std::string str(long long value);
 
+// The register's time text "DD.MM.YYYY HH:MM:SS", or a bare "DD.MM.YYYY",
+// which stands for the start of its day, or its end with endOfDay. Seconds
+// since the epoch, years 2000 to 2037. False for anything else.
+bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& dateOnly);
+
 // The fields of a request: each ends in a tab. False when the data does not
 // end in one (an empty request has no fields).
 bool splitFields(const std::string& data, std::vector<std::string>& fields);
