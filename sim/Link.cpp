@@ -32,8 +32,8 @@ std::vector<Chunk> Link::receive(const char* bytes, size_t count) {
 
 void Link::reset() {
     reader_.clear();
-    state_.lastRequest.clear();
-    state_.lastReply.clear();
+    lastRequest_.clear();
+    lastReply_.clear();
 }
 
 void Link::answer(const Frame& frame, std::vector<Chunk>& out) {
@@ -44,16 +44,16 @@ void Link::answer(const Frame& frame, std::vector<Chunk>& out) {
     }
     const std::string key = requestKey(frame);
     bool printed = false;
-    if (key != state_.lastRequest || state_.lastReply.empty()) {
+    if (key != lastRequest_ || lastReply_.empty()) {
         const std::string data = device_.execute(frame.command, frame.data);
         printed = device_.printed();
         // The command number is echoed as the driver keeps it, in one byte.
-        state_.lastReply = replyFrame(frame.seq, frame.command & 0xFF, data, device_.status());
-        state_.lastRequest = key;
+        lastReply_ = replyFrame(frame.seq, frame.command & 0xFF, data, device_.status());
+        lastRequest_ = key;
         changed_();
     }
     if (faults_.hit(rates.drop)) return;
-    std::string reply = state_.lastReply;
+    std::string reply = lastReply_;
     if (faults_.hit(rates.crc)) reply[reply.size() - 2] ^= 0x01;  // last checksum nibble
     const int delay = faults_.hit(rates.delay) ? rates.delayMs : 0;
     if (printed && faults_.hit(rates.syn))

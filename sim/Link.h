@@ -26,8 +26,8 @@ struct Chunk {
 class Link {
   public:
     // changed runs after each executed command, to keep the state.
-    Link(Register& device, State& state, Faults& faults, std::function<void()> changed)
-        : device_(device), state_(state), faults_(faults), changed_(std::move(changed)) {}
+    Link(Register& device, Faults& faults, std::function<void()> changed)
+        : device_(device), faults_(faults), changed_(std::move(changed)) {}
 
     std::vector<Chunk> receive(const char* bytes, size_t count);
     // A new connection: no repeat can span it.
@@ -39,10 +39,14 @@ class Link {
     void answer(const Frame& frame, std::vector<Chunk>& out);
 
     Register& device_;
-    State& state_;
     Faults& faults_;
     std::function<void()> changed_;
     FrameReader reader_;
+    // The last executed request (sequence, command, data) and its reply.
+    // A repeat cannot outlive the connection, so neither is kept in the
+    // state file.
+    std::string lastRequest_;
+    std::string lastReply_;
 };
 
 }  // namespace sim

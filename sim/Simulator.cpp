@@ -56,7 +56,7 @@ bool Simulator::start(std::string& error) {
     paper_.reset(new Paper(paperFile_));
     device_.reset(new Register(options_.identity, state_, *paper_));
     faults_.reset(new Faults(options_.faults, options_.seed));
-    link_.reset(new Link(*device_, state_, *faults_, [this] { persist(); }));
+    link_.reset(new Link(*device_, *faults_, [this] { persist(); }));
     if (pipe(stopPipe_) != 0) {
         error = systemError("pipe");
         return false;

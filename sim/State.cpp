@@ -208,7 +208,7 @@ void visit(A& a, State& s) {
     array(a, s.operatorPasswords);
     a.io(s.params), a.io(s.serviceParams), a.io(s.articles), a.io(s.walk);
     a.io(s.fiscalMemory), a.io(s.journal), a.io(s.unsent);
-    a.io(s.journalDoc), a.io(s.journalLine), a.io(s.lastRequest), a.io(s.lastReply);
+    a.io(s.journalDoc), a.io(s.journalLine);
 }
 
 }  // namespace

@@ -156,11 +156,6 @@ struct State {
     int journalDoc = 0;   // document chosen by GetInfoFromEJ0
     int journalLine = 0;  // next line for GetInfoFromEJ1 and 2
 
-    // The last executed request and its reply, so that a repeat after a
-    // restart is still recognised.
-    std::string lastRequest;
-    std::string lastReply;
-
     State();
 };
 

@@ -8,7 +8,7 @@
 //
 // The reply's separator is 0x04, its postamble 0x05 and its terminator 0x03.
 // A request with a bad checksum, postamble or terminator is answered with
-// NAK; bytes outside a frame are ignored.
+// NAK (two bytes 0x15, see Link.cpp); bytes outside a frame are ignored.
 
 #include <string>
 
