@@ -1,4 +1,5 @@
 // The simulator's state file and command line.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -36,6 +37,22 @@ TEST_P(SimState, StoppedRegisterResumesWhereItStood) {
     ASSERT_EQ(closed.size(), 5u);
     EXPECT_EQ(closed[0], "1");
     EXPECT_EQ(closed[1], "2");
+}
+
+// Only a change is written: each write is a new file renamed into place, so
+// a command that changes nothing leaves the same file.
+TEST_P(SimState, ReadsDoNotRewriteTheFile) {
+    ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
+    ok(0x2D, "");  // the data operator takes the shift's opening
+    struct stat before, after;
+    ASSERT_EQ(stat(options.stateFile.c_str(), &before), 0);
+    ok(0x2D, "");
+    ok(0x4B, "");
+    ASSERT_EQ(stat(options.stateFile.c_str(), &after), 0);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    ok(0x46, "0\t5.00\t");
+    ASSERT_EQ(stat(options.stateFile.c_str(), &after), 0);
+    EXPECT_NE(before.st_ino, after.st_ino);
 }
 
 TEST_P(SimState, DamagedStateFileIsRefused) {
