@@ -55,17 +55,20 @@ void Link::answer(const Frame& frame, std::vector<Chunk>& out) {
     if (faults_.hit(rates.drop)) return;
     std::string reply = lastReply_;
     if (faults_.hit(rates.crc)) reply[reply.size() - 2] ^= 0x01;  // last checksum nibble
-    const int delay = faults_.hit(rates.delay) ? rates.delayMs : 0;
+    std::vector<Chunk> chunks;
     if (printed && faults_.hit(rates.syn))
-        for (int i = 0; i < 3; ++i) out.push_back(Chunk{kSyn, i == 0 ? delay : 20});
+        for (int i = 0; i < 3; ++i) chunks.push_back(Chunk{kSyn, 20});
     if (faults_.hit(rates.noise)) reply = faults_.noise(faults_.between(2, 8)) + reply;
-    if (!faults_.hit(rates.split)) {
-        out.push_back(Chunk{reply, out.empty() ? delay : 0});
-        return;
+    if (faults_.hit(rates.split)) {
+        const size_t cut =
+            static_cast<size_t>(faults_.between(1, static_cast<int>(reply.size()) - 1));
+        chunks.push_back(Chunk{reply.substr(0, cut), 0});
+        chunks.push_back(Chunk{reply.substr(cut), 5});
+    } else {
+        chunks.push_back(Chunk{reply, 0});
     }
-    const size_t cut = static_cast<size_t>(faults_.between(1, static_cast<int>(reply.size()) - 1));
-    out.push_back(Chunk{reply.substr(0, cut), out.empty() ? delay : 0});
-    out.push_back(Chunk{reply.substr(cut), 5});
+    if (faults_.hit(rates.delay)) chunks.front().delayMs += rates.delayMs;
+    out.insert(out.end(), chunks.begin(), chunks.end());
 }
 
 }  // namespace sim
