@@ -129,7 +129,8 @@ if [ "${CI:-}" = true ] && [ "$(dpkg-deb -f "$(ls "$work"/packages/libcorteliave
   names=$(for deb in "$work"/packages/*.deb; do dpkg-deb -f "$deb" Package; done)
   SUDO=""
   [ "$(id -u)" -ne 0 ] && SUDO="sudo"
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --reinstall "$work"/packages/*.deb
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --reinstall "$work"/packages/*.deb \
+    >/dev/null
   unset PKG_CONFIG_PATH PKG_CONFIG_LIBDIR PKG_CONFIG_SYSROOT_DIR LD_LIBRARY_PATH
   g++ -std=c++17 "$source/examples/check_connection.cpp" \
     $(pkg-config --cflags --libs CorteliaVERDA) -o "$work/apt-check_connection"
