@@ -25,7 +25,8 @@ demangled=$(c++filt <<<"$mangled")
 
 # Each symbol is reduced to the identifiers of its qualified name, all of
 # which must be declared: "vtable for VR35" -> VR35; "VR35::~VR35()" -> VR35;
-# "int fromString<int>(std::string const&)" -> fromString.
+# "int fromString<int>(std::string const&)" -> fromString;
+# "__odr_asan.kLogFileName" -> kLogFileName.
 bad=0
 awk -v declared="$declared" '
   BEGIN { n = split(declared, list, "\n"); for (i = 1; i <= n; i++) known[list[i]] = 1 }
@@ -33,6 +34,7 @@ awk -v declared="$declared" '
     name = $0
     sub(/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for /, "", name)
     sub(/^(non-)?virtual thunk to /, "", name)
+    sub(/^__odr_asan[._]/, "", name)  # AddressSanitizer marks each exported global
     gsub(/\[abi:[^]]*\]/, "", name)
     sub(/[(<].*$/, "", name)
     sub(/^.* /, "", name)
