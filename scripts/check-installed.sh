@@ -13,6 +13,7 @@ say() { echo "== check-installed: $*"; }
 
 cache() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
 toolchain=$(cache CMAKE_TOOLCHAIN_FILE)
+case $toolchain in "" | /*) ;; *) toolchain=$source/$toolchain ;; esac
 emulator=$(cache QEMU_I386)
 cxxflags=()
 [ -n "$toolchain" ] && cxxflags=(-m32)
