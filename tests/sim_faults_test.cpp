@@ -2,24 +2,14 @@
 // command through once, and the totals come out right.
 #include <gtest/gtest.h>
 
-#include "support/SimRegister.h"
+#include "support/SimClient.h"
 
 namespace {
 
 using Fields = std::vector<std::string>;
 
 class SimFaults : public SimTest {
-    void configure(sim::Options& o) override {
-        o.faults.nak = 0.08;
-        o.faults.drop = 0.08;
-        o.faults.crc = 0.08;
-        o.faults.noise = 0.2;
-        o.faults.split = 0.2;
-        o.faults.syn = 0.3;
-        o.faults.delay = 0.1;
-        o.faults.delayMs = 20;  // below the driver's patience of ten reads
-        o.seed = 2024;
-    }
+    void configure(sim::Options& o) override { moderateFaults(o); }
 };
 
 TEST_P(SimFaults, ShiftEndsWithCorrectTotals) {
