@@ -27,16 +27,74 @@ bool CloseSocket();
 bool CheckConnection();
 
 // --- Printer initialisation ------------------------------------------------------
+// After the open, before selling: reads the decimal places, model and firmware.
+bool PrinterInit();
 
 // --- Status and device information -----------------------------------------------
+bool GetStatusFP(std::string& StatusBytes);  // "0"/"1" per bit, bit 7 first
+bool GetStatusShift(bool& ShiftIsOpen, bool& Shift24h, int& ShiftTime);
+bool FiscalTransactionsStatus(char& IsOpen, int& Number, int& Items, double& Amount, double& Paid);
+bool InfoByCurrentInv(double& Value1, double& Value2, double& Value3, double& Value4,
+                      double& Value5, double& Value6);
+bool GetDateTime(std::string& DateTime);
+bool SetDateTime(std::string DateTime);
+bool DiagnosticInfo(std::string& Name, std::string& FwRev, std::string& FwDate, std::string& FwTime,
+                    std::string& Checksum, std::string& Sw, std::string& DevNumber);
+// These three succeed whenever the device answers: the first field is data.
+bool ReadDeviceInfo1(std::string& Field1, std::string& Field2, std::string& Field3,
+                     std::string& Field4, std::string& Field5);
+bool ReadDeviceInfo2(std::string& Field1, std::string& Field2, std::string& Field3,
+                     std::string& Field4, std::string& Field5);
+bool ReadDeviceInfo3(int& Field1, std::string& Field2, int& Field3, std::string& Field4,
+                     int& Field5, std::string& Field6);
+bool PrintDiagnostic(char InfoType);
 
 // --- Device programming ----------------------------------------------------------
+// An empty Value reads the parameter into it; any other value writes it.
+bool Programming(std::string Name, std::string Index, std::string& Value);
+bool SetServiceParam(std::string Type, std::string Value, std::string Param3, std::string& Code,
+                     std::string& Answer);
+bool SetTaxRates(double Tax1, double Tax2, double Tax3, double Tax4, double Tax5, double Tax6,
+                 char Point, int& RemainingChanges);
+bool SetOperatorPassword(std::string OperField1, std::string OperField2, std::string OperField3);
+bool UploadImage(std::string Image, std::string& Answer);
+bool UploadStamp(std::string Stamp, std::string& Answer);
+bool PowerOff();
+bool Restart();
+bool CheckUpdate();
+bool GetTradingGroupInfo(int Group, int& GroupNumber, double& GroupAmount, std::string& GroupText);
+bool GetDepInfoInCheck(int Dep, char& DepChar, double& DepAmount1, long& DepNumber,
+                       double& DepAmount2, std::string& DepText);
 
 // --- Receipts --------------------------------------------------------------------
+bool OpenFiscalInv(int OpCode, std::string OpPwd, int TillNmb, int ReceiptType, std::string Buyer,
+                   std::string VatSystem, std::string OperName, std::string OperInn,
+                   int& SlipNumber, int& nDoc, int& nShift);
+bool OpenShift(int OpCode, std::string OpPwd, int TillNmb, std::string Buyer, std::string VatSystem,
+               std::string OperName, std::string OperInn, int& nFD, int& SignFP, int& nShift);
+bool CloseFiscalInv(int& SlipNumber, int& nFD, std::string& SignFP, int& nDoc, int& nShift);
+bool CancelFiscalInv(int& SlipNumber);
+// Type goes to the device as the number of its byte: 0 is 0, the digit "0" is 48.
+bool SetFiscalInvParam(char Type, std::string Data);
 
 // --- Sales -----------------------------------------------------------------------
+bool RegisterSale(std::string PluName, char TaxCd, double Price, double Quantity, int Unit,
+                  int Department, char DiscountType, double DiscountValue, double DiscSum,
+                  double Sum, int Sign, int SignPay, int& SlipNumber);
+bool RegisterArticleSale(int PluCode, double Quantity, char DiscountType, double DiscountValue,
+                         int& SlipNumber);
+bool PrintFreeTextInFiscalInv(std::string Text, char Bold, char Italic, char DoubleH,
+                              char Underline, char alignment, char Extra);
 
 // --- Subtotal, payment and correction --------------------------------------------
+bool Subtotal(char Print, char Display, char DiscountType, double DiscountValue, int& SlipNumber,
+              double& Subtotal, double& Tax1, double& Tax2, double& Tax3, double& Tax4,
+              double& Tax5, double& Tax6);
+// PaidMode goes to the device as the number of its byte: 1 is 1, the digit "1" is 49.
+bool Total(char PaidMode, double Amount, char Change, char& ErrorStatus, double& NewAmount,
+           int& SlipNumber);
+bool ParishOrConsumption(char Type, double Amount, double& CashSum, double& CashIn,
+                         double& CashOut);
 
 // --- Service documents and printing ----------------------------------------------
 

@@ -30,6 +30,11 @@ namespace cmd {
 
 const int kExchangeFailed = 100001;
 
+// An amount as the device and the log take it: fixed decimals, separator ".".
+inline std::string amountText(double value, int decimals) {
+    return FloatToStdStr(value, decimals, '.');
+}
+
 // A request: every field followed by one tab, the last one too.
 class Request {
   public:
@@ -38,12 +43,14 @@ class Request {
         data_ += '\t';
         return *this;
     }
+    // The first maxBytes bytes of field; the rest is dropped, never sent on.
+    Request& text(const std::string& field, std::string::size_type maxBytes) {
+        return text(field.substr(0, maxBytes));
+    }
     Request& byte(char field) { return text(std::string(1, field)); }
     Request& number(int field) { return text(IntToStdStr(field)); }
     // Amounts at a fixed number of decimals with the separator ".".
-    Request& amount(double field, int decimals) {
-        return text(FloatToStdStr(field, decimals, '.'));
-    }
+    Request& amount(double field, int decimals) { return text(amountText(field, decimals)); }
     Request& empty() { return text(std::string()); }
 
     const std::string& data() const { return data_; }

@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(cmake g++ g++-multilib googletest qemu-user clang libclang-rt-14-dev libbenchmark-dev)
+packages=(cmake g++ g++-multilib googletest qemu-user locales)
+packages+=(clang libclang-rt-14-dev libbenchmark-dev)  # the fuzz target and the benchmarks
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -13,4 +13,14 @@ std::string fromASCIItoDOS(std::string text);
 // inverse of fromASCIItoDOS, and meant so.
 std::string fromDOStoASCII(std::string text);
 
+// Kazakh single-byte text (А to я placed as in CP1251, 0x7F the sign ×, and
+// 21 Kazakh letters in the upper half) to wide text, one element per byte.
+// Control characters become "?", unknown upper-half bytes a space.
+std::wstring fromKAZASCII(std::string text);
+
+// Wide text to Kazakh single-byte text, one byte per element. U+0000 to
+// U+007E stay, control characters included; anything outside the table,
+// U+007F and negative values too, becomes a space.
+std::string toKAZASCII(std::wstring text);
+
 #endif

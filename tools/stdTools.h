@@ -8,5 +8,7 @@
 #include "tools/fields.h"
 #include "tools/log.h"
 #include "tools/numbers.h"
+#include "tools/strings.h"
+#include "tools/unicode.h"
 
 #endif
