@@ -83,6 +83,39 @@ const std::vector<Operation>& operations() {
             VERDA::PrgAndReadArticleN(o.i[0], o.c[0], o.i[1], o.i[2], o.c[1], o.d[0], o.d[1],
                                       o.d[2], o.d[3], o.s[0], o.s[1], o.s[2], o.s[3], o.s[4]);
         },
+        // Characters at index 0, a long, texts as the device sent them.
+        [](ReplayPort&, Outputs& o) {
+            VERDA::FiscalTransactionsStatus(o.c[0], o.i[0], o.i[1], o.d[0], o.d[1]);
+        },
+        [](ReplayPort&, Outputs& o) {
+            long number = 0;
+            VERDA::GetDepInfoInCheck(2, o.c[0], o.d[0], number, o.d[1], o.s[0]);
+        },
+        // A first field that is data, and one where empty means -1.
+        [](ReplayPort&, Outputs& o) {
+            VERDA::ReadDeviceInfo3(o.i[0], o.s[0], o.i[1], o.s[1], o.i[2], o.s[2]);
+        },
+        [](ReplayPort&, Outputs&) { VERDA::PowerOff(); },
+        // The status bits of a reply of its own.
+        [](ReplayPort&, Outputs& o) { VERDA::GetStatusFP(o.s[0]); },
+        // Several exchanges in one call: the identity the driver keeps.
+        [](ReplayPort&, Outputs&) { VERDA::PrinterInit(); },
+        // A receipt: a nameless sale reads its department's name first.
+        [](ReplayPort&, Outputs& o) {
+            VERDA::OpenFiscalInv(1, "0000", 1, 0, "", "", "", "", o.i[0], o.i[1], o.i[2]);
+        },
+        [](ReplayPort& port, Outputs& o) {
+            const std::string name = port.take() % 2 == 0 ? "" : "Хлеб";
+            VERDA::RegisterSale(name, '1', 45.5, 1.0, 0, 1, '0', 0.0, 0.0, 45.5, 0, 0, o.i[0]);
+        },
+        [](ReplayPort&, Outputs& o) {
+            VERDA::Subtotal('1', '0', '0', 0.0, o.i[0], o.d[0], o.d[1], o.d[2], o.d[3], o.d[4],
+                            o.d[5], o.d[6]);
+        },
+        [](ReplayPort&, Outputs& o) { VERDA::Total(0, 50.0, '0', o.c[0], o.d[0], o.i[0]); },
+        [](ReplayPort&, Outputs& o) {
+            VERDA::CloseFiscalInv(o.i[0], o.i[1], o.s[0], o.i[2], o.i[3]);
+        },
         // A request with every kind of field; no reply fields.
         [](ReplayPort&, Outputs&) {
             VERDA::PrgAndReadArticleP(7, '1', 1, 2, '0', 12.5, '0', 1.25, "4600000000000", "", "",

@@ -9,7 +9,9 @@ import os
 import struct
 
 LOG, LONG_RECORD = 1, 2
-BARE, CHECK, READING_ERROR, ART_I, ART_X, ART_R, ART_N, ART_P = range(8)
+(BARE, CHECK, READING_ERROR, ART_I, ART_X, ART_R, ART_N, TRANSACTIONS, DEP_INFO, DEVICE_INFO3,
+ POWER_OFF, STATUS_FP, PRINTER_INIT, OPEN_RECEIPT, SALE, SUBTOTAL, TOTAL, CLOSE_RECEIPT,
+ ART_P) = range(19)
 
 
 def cp866(text):
@@ -37,6 +39,8 @@ RECORD = (b"0\t7\t 1\t1\t2\t 0\t12.50\t1.000\t2.000\t3.000\t4600000000000\t\t\t\
           + cp866("Хлеб") + b"\t")
 LONG_TAIL = cp866("шт") + b"\tid\t0\t1\t3\t4\t"
 
+DIAGNOSTIC = (cp866("ВЕРДА 35V-Ф") + b"\t944124\t01.02.2026\t12:00\tABCD\t1\t0012345\t")
+
 SEEDS = {
     "check_ok": bytes([0, CHECK]) + good(b"0\t"),
     "check_error": bytes([0, CHECK]) + good(b"-17\t"),
@@ -59,6 +63,20 @@ SEEDS = {
     "article_long_record": bytes([LONG_RECORD | LOG, ART_R]) + good(RECORD + LONG_TAIL),
     "article_walk": bytes([0, ART_N]) + good(RECORD, piece=7),
     "article_program": bytes([LONG_RECORD, ART_P]) + good(b"0\t"),
+    "transactions_status": bytes([0, TRANSACTIONS]) + good(b"0\t1\t5\t3\t150.00\t0.00\t"),
+    "department_info": bytes([0, DEP_INFO]) + good(b"0\tA\t100.00\t3\t0.00\tdept\t"),
+    "device_info3": bytes([0, DEVICE_INFO3]) + good(b"1\tx\t2\ty\t3\tz\t"),
+    "power_off_empty_first_field": bytes([0, POWER_OFF]) + good(b"\t"),
+    "status_picture": bytes([0, STATUS_FP]) + good(b"0\t\x81\x00\xff\x10\x02\x40\t"),
+    "printer_init": bytes([LOG, PRINTER_INIT]) + good(b"0\t2\t") + good(b"0\t" + DIAGNOSTIC),
+    "receipt": bytes([LOG, OPEN_RECEIPT]) + good(b"0\t12\t3\t4\t")
+    + bytes([SALE, 1]) + good(b"0\t17\t")
+    + bytes([SALE, 0]) + good(b"0\t" + cp866("Хлеб") + b"\t") + good(b"0\t18\t")
+    + bytes([SUBTOTAL]) + good(b"0\t12\t91.00\t0\t0\t0\t0\t0\t0\t")
+    + bytes([TOTAL]) + good(b"0\tD\t4.50\t12\t")
+    + bytes([CLOSE_RECEIPT]) + good(b"0\t12\t5\t1234567890\t6\t7\t"),
+    "receipt_device_goes_silent": bytes([0, OPEN_RECEIPT]) + good(b"0\t12\t3\t4\t")
+    + bytes([SALE, 1]) + EMPTY * 60 + bytes([TOTAL]) + good(b"-3\t"),
     "bare": bytes([0, BARE, 0x2D, 0]) + good(b"x"),
     "bare_request": bytes([0, BARE, 0x6B, 4]) + b"R\t7\t" + good(RECORD),
     "run_of_operations": bytes([LOG, ART_I]) + good(b"0\t1\t2\t3\t")
