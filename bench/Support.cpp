@@ -73,7 +73,7 @@ const SummaryReporter::Figures* SummaryReporter::find(const std::string& name) c
 void SummaryReporter::printSummary() const {
     std::printf("\n%-34s %10s %9s %10s %9s %11s %13s\n", "exchange", "per second", "mean us",
                 "median us", "p99 us", "mean/floor", "median/floor");
-    for (const char* op : {"CheckConnection", "RegisterSale"}) {  // those that ran
+    for (const char* op : {"CheckConnection", "RegisterSale"}) {
         for (const char* kind : {"tcp", "pty"}) {
             const std::string suffix = std::string(op) + "/" + kind;
             const Figures* floor = find("floor/" + suffix);

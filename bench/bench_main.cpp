@@ -51,7 +51,13 @@ bool checkConnection() {
     return VERDA::CheckConnection();
 }
 
+bool registerSale() {
+    int slip = 0;
+    return VERDA::RegisterSale("Bread", '1', 45.5, 1.0, 0, 1, '0', 0.0, 0.0, 45.5, 0, 0, slip);
+}
+
 const Operation kCheckConnection{"CheckConnection", "0\t", checkConnection};
+const Operation kRegisterSale{"RegisterSale", "0\t17\t", registerSale};
 
 // Latency of each iteration; the median and the 99th percentile go to the
 // benchmark's counters, in microseconds.
@@ -212,7 +218,7 @@ void logLine(benchmark::State& state) {
 }
 
 void registerAll() {
-    for (const Operation* op : {&kCheckConnection}) {
+    for (const Operation* op : {&kCheckConnection, &kRegisterSale}) {
         for (Device::Kind kind : {Device::Tcp, Device::Pty}) {
             const std::string suffix = std::string(op->name) + "/" + kindName(kind);
             benchmark::RegisterBenchmark(("floor/" + suffix).c_str(), rawPingPong, *op, kind, false)
