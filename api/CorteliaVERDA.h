@@ -97,16 +97,90 @@ bool ParishOrConsumption(char Type, double Amount, double& CashSum, double& Cash
                          double& CashOut);
 
 // --- Service documents and printing ----------------------------------------------
+bool OpenServiceInv(char Extend, int& SlipNumber);
+bool CloseServiceInv(int& SlipNumber);
+bool PrintFreeTextInServiceInv(std::string Text, char Bold, char Italic, char DoubleH,
+                               char Underline, char alignment, char Extra);
+bool PrintBarCode(char Type, std::string Data, int Option);
+bool PrintDivideLine(char Type);
+bool PrintStamp(char Type, std::string Data);  // -1 for an empty first reply field
+bool PrintDublicateReceipt();
+bool CutPaper();
+bool FeedPaper(int count);
 
 // --- Peripherals -----------------------------------------------------------------
+bool DisplayLower(std::string Text);
+bool DisplayUpper(std::string Text);
+bool DisplayClear();
+bool OpenCashDrawer(int Value);
+bool Beep(int Hz, int mSec);
 
 // --- Shift reports and daily totals ----------------------------------------------
+// Reversed on purpose, as clients have always seen them: after a report the
+// device accepted these return false and keep 1 as the result code, after a
+// refused one they return true. PrintReport has the plain sense.
+bool PrintZReport();
+bool PrintXReport();
+bool PrintReport(char Type, int& nRep, int& nFD, int& SignFP, double& Sum1, double& Sum2,
+                 double& Sum3, double& Sum4, double& Sum5, double& Sum6, double& Ret1, double& Ret2,
+                 double& Ret3, double& Ret4, double& Ret5, double& Ret6, double& Purch1,
+                 double& Purch2, double& Purch3, double& Purch4, double& Purch5, double& Purch6,
+                 double& RetPurch1, double& RetPurch2, double& RetPurch3, double& RetPurch4,
+                 double& RetPurch5, double& RetPurch6);
+bool ReportOnTaxRates(int& NZreport, double& TaxA, double& TaxB, double& TaxC, double& TaxD,
+                      double& TaxE, double& TaxF, std::string& EntryDate);
+bool LatestFiscalRecord(char Type, char RecType, int& NRep, double& Sum1, double& Sum2,
+                        double& Sum3, double& Sum4, double& Sum5, double& Sum6, std::string& Date);
+bool AmountOfSavingsPerDay(char Type, int& NRep, double& Sum1, double& Sum2, double& Sum3,
+                           double& Sum4, double& Sum5, double& Sum6);
+bool OperatorReport(int From, int To, char Type);
+bool ReportByArticle(char Type, int From, int To);
+bool ReportByOperators(int Operator, int& Number1, double& Amount1, int& Number2, double& Amount2,
+                       int& Number3, double& Amount3, int& Number4, double& Amount4, int& Number5,
+                       double& Amount5, int& Number6, double& Amount6, int& Number7,
+                       double& Amount7);
+bool DailyReportByTypesOfPayment0(double& Value1, double& Value2, double& Value3, double& Value4,
+                                  double& Value5, double& Value6, double& Value7);
+bool DailyReportByTypesOfPayment1(double& Value1, double& Value2, double& Value3, double& Value4,
+                                  double& Value5, double& Value6, double& Value7);
+bool DailyReportByTypesOfPayment2(int& Number1, double& Amount1);
+bool DailyReportByTypesOfPayment3(int& Number1, double& Amount1, int& Number2, double& Amount2,
+                                  int& Number3, double& Amount3, int& Number4, double& Amount4);
+bool DailyReportByTypesOfPayment4(int& Number1, double& Amount1, int& Number2, double& Amount2);
+bool DailyReportByTypesOfPayment5(int& Number1, double& Amount1, int& Number2, double& Amount2,
+                                  int& Number3, double& Amount3, int& Number4, double& Amount4);
 
 // --- Fiscal memory and fiscalization ---------------------------------------------
+bool Fiscalization(std::string SerialNumber, std::string TAXnumber, std::string REGnumber,
+                   std::string InspPssword);
+bool SetTAXNumber(std::string TAXnumber);
+bool GetTAXNumber(std::string& TAXnumber);
+bool SetManufacturersSerialNumber(std::string Serial, std::string& ReplyText);
+bool FiscalReportByDate(char Type, std::string DateFrom, std::string DateTo, std::string& TextData);
+bool FiscalReportByNumber(char Type, int From, int To, std::string& TextData);
+bool ReadFiscalMemoryBlock(int From, int To, std::string& Block);
+bool TestFiscalMemory(char Write, int& Records);
+bool FreeFieldsByFiscalMemory(int& FreeFields);
+bool DateOfLastEntryByFiscalMemory(std::string& EntryDate);
 
 // --- Fiscal drive and data operator ----------------------------------------------
+bool GetStateFN(char InfoType, std::string& Version, std::string& Number, std::string& Phase,
+                std::string& ShiftStatus, std::string& WarningFlags, std::string& DateDeadline,
+                std::string& RegLeft, int& ShiftNumber, int& ReceiptsCount, int& LastDocIssued,
+                int& FirsDocUnsent);
+bool GetOFDandFNStatus(bool& StatusShift, bool& End24hours, int& ShiftNumber, int& DocNumber,
+                       int& UnsendDocCount, int& FirstUnsent, std::string& DateTimeUnsent);
+// OperationType is a small number (byte 1 selects type 1), not a digit.
+bool ChangeOFDRegistration(char OperationType, std::string InspPssword, int& nFD, int& SignFP);
 
 // --- Electronic journal ----------------------------------------------------------
+bool GetDocInEJByDate(std::string DateFrom, std::string DateTo, char Type, std::string& Text1,
+                      std::string& Text2, int& Number1, int& Number2);
+bool GetInfoFromEJ0(int Number, char Type, int& Value1, int& Value2, std::string& Text, char& Flag,
+                    int& Value3);
+bool GetInfoFromEJ1(std::string& Text);  // Text in the application's code page
+bool GetInfoFromEJ2(std::string& Text);  // Text as the device sent it
+bool GetInfoFromEJ3(int Number, char Type);
 
 // --- Error texts -----------------------------------------------------------------
 // The text for a result code, from the register or else the driver's own

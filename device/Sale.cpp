@@ -3,6 +3,7 @@
 #include <string>
 
 #include "device/Command.h"
+#include "device/PrintText.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 
@@ -87,18 +88,9 @@ int VR35::RegisterArticleSale(int PluCode, double Quantity, char DiscountType, d
 
 int VR35::PrintFreeTextInFiscalInv(std::string Text, char Bold, char Italic, char DoubleH,
                                    char Underline, char alignment, char Extra) {
-    // Only this model prints the wide line here.
-    const std::string::size_type columns = model == "ВЕРДА 700V-Ф" ? 48 : 32;
-    return cmd::run(*this, "PrintFreeTextInFiscalInv", 0x36,
-                    cmd::Request()
-                        .text(fromASCIItoDOS(Text), columns)
-                        .byte(Bold)
-                        .byte(Italic)
-                        .byte(DoubleH)
-                        .byte(Underline)
-                        .byte(alignment)
-                        .byte(Extra),
-                    cmd::noFields, [&](std::ostream& log) {
-                        log << "PrintFreeTextInFiscalInv(Text=" << Text << ");";
-                    });
+    return cmd::run(
+        *this, "PrintFreeTextInFiscalInv", 0x36,
+        cmd::printTextRequest(model, Text, Bold, Italic, DoubleH, Underline, alignment, Extra),
+        cmd::noFields,
+        [&](std::ostream& log) { log << "PrintFreeTextInFiscalInv(Text=" << Text << ");"; });
 }

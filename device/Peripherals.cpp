@@ -1,0 +1,40 @@
+// Peripherals: the customer display, the cash drawer and the buzzer. Display
+// text goes out as the caller's bytes, with no code page and no length limit.
+#include <ostream>
+#include <string>
+
+#include "device/Command.h"
+#include "device/VR35.h"
+
+int VR35::DisplayLower(std::string Text) {
+    return cmd::run(*this, "DisplayLower", 0x23, cmd::Request().text(Text), cmd::noFields,
+                    [&](std::ostream& log) { log << "DisplayLower(Text=" << Text << ")"; });
+}
+
+int VR35::DisplayUpper(std::string Text) {
+    return cmd::run(*this, "DisplayUpper", 0x2F, cmd::Request().text(Text), cmd::noFields,
+                    [&](std::ostream& log) { log << "DisplayUpper(Text=" << Text << ");"; });
+}
+
+int VR35::DisplayClear() {
+    // The start line has always named GetDateTime; log readers rely on the pair.
+    return cmd::run(*this, "GetDateTime", 0x21, cmd::Request(), cmd::noFields,
+                    [](std::ostream& log) { log << "DisplayClear()"; });
+}
+
+int VR35::OpenCashDrawer(int Value) {
+    // 0 or below: an empty field, so the request is the single tab.
+    cmd::Request request;
+    if (Value > 0)
+        request.number(Value);
+    else
+        request.empty();
+    return cmd::run(*this, "OpenCashDrawer", 0x6A, request, cmd::noFields,
+                    cmd::Plain{"OpenCashDrawer"});
+}
+
+int VR35::Beep(int Hz, int mSec) {
+    return cmd::run(
+        *this, "Beep", 0x50, cmd::Request().number(Hz).number(mSec), cmd::noFields,
+        [&](std::ostream& log) { log << "Beep(Hz=" << Hz << ",mSec=" << mSec << ");"; });
+}
