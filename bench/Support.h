@@ -37,6 +37,7 @@ class SummaryReporter : public benchmark::ConsoleReporter {
         double medianUs = 0;
         double p99Us = 0;
         double wireMs = 0;
+        double lineLateMs = 0;
     };
     std::vector<std::string> order_;
     std::vector<Figures> figures_;
