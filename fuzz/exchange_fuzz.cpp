@@ -11,7 +11,6 @@
 // The one exception that may leave an operation is std::length_error, for a
 // reply whose length field is below the header's size; anything else thrown
 // ends the run as a finding, as do the sanitizers' reports.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
