@@ -30,7 +30,7 @@
 
 // The exchange sleeps between its repeats and after resynchronising; a
 // replayed line needs no pauses. This definition takes the place of the C
-// library's for the driver too, which calls it through the dynamic linker.
+// library's for the driver too, which is linked into this program.
 extern "C" int usleep(useconds_t) {
     return 0;
 }
