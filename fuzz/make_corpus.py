@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""Writes the seed corpus of the exchange fuzz target into fuzz/corpus/.
+
+Each seed is an input in the target's format (fuzz/exchange_fuzz.cpp and
+fuzz/ReplayPort.h): a setup byte, then operation bytes, each followed by the
+records its reads take. Run it again after a change of that format.
+"""
+import os
+import struct
+
+LOG, LONG_RECORD = 1, 2
+(BARE, CHECK, READING_ERROR, ART_I, ART_X, ART_R, ART_N, TRANSACTIONS, DEP_INFO, DEVICE_INFO3,
+ POWER_OFF, STATUS_FP, PRINTER_INIT, OPEN_RECEIPT, SALE, SUBTOTAL, TOTAL, CLOSE_RECEIPT,
+ ART_P) = range(19)
+
+
+def cp866(text):
+    return text.encode("cp866")
+
+
+def good(data, piece=0, status=bytes(8)):
+    return bytes([1 + 4 * piece]) + struct.pack("<H", len(data)) + data + status
+
+
+def spoilt(fault, data, length=None, status=bytes(8)):
+    out = bytes([3 + 4 * fault]) + struct.pack("<H", len(data))
+    if fault == 3:
+        out += bytes([length])
+    return out + data + status
+
+
+def raw(data):
+    return bytes([0, len(data)]) + data
+
+
+EMPTY = bytes([2])
+
+RECORD = (b"0\t7\t 1\t1\t2\t 0\t12.50\t1.000\t2.000\t3.000\t4600000000000\t\t\t\t"
+          + cp866("Хлеб") + b"\t")
+LONG_TAIL = cp866("шт") + b"\tid\t0\t1\t3\t4\t"
+
+DIAGNOSTIC = (cp866("ВЕРДА 35V-Ф") + b"\t944124\t01.02.2026\t12:00\tABCD\t1\t0012345\t")
+
+SEEDS = {
+    "check_ok": bytes([0, CHECK]) + good(b"0\t"),
+    "check_error": bytes([0, CHECK]) + good(b"-17\t"),
+    "check_no_data": bytes([0, CHECK]) + good(b""),
+    "check_noise": bytes([0, CHECK]) + raw(b"\x7f\x00abc\x16") + good(b"0\t"),
+    "check_nak": bytes([0, CHECK]) + raw(b"\x00\x15") + good(b"0\t"),
+    "check_syn_split": bytes([0, CHECK]) + raw(b"\x16\x16") * 3 + good(b"0\t", piece=3),
+    "check_silence": bytes([0, CHECK]) + EMPTY * 12 + good(b"0\t"),
+    "check_late": bytes([0, CHECK]) + spoilt(0, b"0\t") + good(b"0\t"),
+    "check_other_command": bytes([0, CHECK]) + spoilt(1, b"0\t") + good(b"0\t"),
+    "check_bad_sum": bytes([0, CHECK]) + spoilt(2, b"0\t") + good(b"0\t"),
+    "check_short_length": bytes([0, CHECK]) + spoilt(3, b"0\t", length=0x25),
+    "check_status": bytes([0, CHECK]) + good(b"0\t", status=bytes(range(1, 9))),
+    "reading_error": bytes([LOG, READING_ERROR, 0xEF])
+    + good(b"0\t-17\t" + cp866("Неверный пароль") + b"\t"),
+    "reading_error_empty": bytes([0, READING_ERROR, 3]) + good(b"0\t3\t\t"),
+    "article_info": bytes([0, ART_I]) + good(b"0\t100\t2\t3000\t"),
+    "article_value": bytes([0, ART_X]) + good(b"0\t42\t"),
+    "article_record": bytes([0, ART_R]) + good(RECORD),
+    "article_long_record": bytes([LONG_RECORD | LOG, ART_R]) + good(RECORD + LONG_TAIL),
+    "article_walk": bytes([0, ART_N]) + good(RECORD, piece=7),
+    "article_program": bytes([LONG_RECORD, ART_P]) + good(b"0\t"),
+    "transactions_status": bytes([0, TRANSACTIONS]) + good(b"0\t1\t5\t3\t150.00\t0.00\t"),
+    "department_info": bytes([0, DEP_INFO]) + good(b"0\tA\t100.00\t3\t0.00\tdept\t"),
+    "device_info3": bytes([0, DEVICE_INFO3]) + good(b"1\tx\t2\ty\t3\tz\t"),
+    "power_off_empty_first_field": bytes([0, POWER_OFF]) + good(b"\t"),
+    "status_picture": bytes([0, STATUS_FP]) + good(b"0\t\x81\x00\xff\x10\x02\x40\t"),
+    "printer_init": bytes([LOG, PRINTER_INIT]) + good(b"0\t2\t") + good(b"0\t" + DIAGNOSTIC),
+    "receipt": bytes([LOG, OPEN_RECEIPT]) + good(b"0\t12\t3\t4\t")
+    + bytes([SALE, 1]) + good(b"0\t17\t")
+    + bytes([SALE, 0]) + good(b"0\t" + cp866("Хлеб") + b"\t") + good(b"0\t18\t")
+    + bytes([SUBTOTAL]) + good(b"0\t12\t91.00\t0\t0\t0\t0\t0\t0\t")
+    + bytes([TOTAL]) + good(b"0\tD\t4.50\t12\t")
+    + bytes([CLOSE_RECEIPT]) + good(b"0\t12\t5\t1234567890\t6\t7\t"),
+    "receipt_device_goes_silent": bytes([0, OPEN_RECEIPT]) + good(b"0\t12\t3\t4\t")
+    + bytes([SALE, 1]) + EMPTY * 60 + bytes([TOTAL]) + good(b"-3\t"),
+    "bare": bytes([0, BARE, 0x2D, 0]) + good(b"x"),
+    "bare_request": bytes([0, BARE, 0x6B, 4]) + b"R\t7\t" + good(RECORD),
+    "run_of_operations": bytes([LOG, ART_I]) + good(b"0\t1\t2\t3\t")
+    + bytes([ART_X]) + good(b"0\t5\t")
+    + bytes([ART_R]) + good(RECORD)
+    + bytes([CHECK]) + raw(b"\x16\x16") + good(b"0\t"),
+}
+
+here = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
+os.makedirs(here, exist_ok=True)
+for name, data in SEEDS.items():
+    with open(os.path.join(here, name), "wb") as f:
+        f.write(data)
