@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
 # Installs what the builds need on a Debian machine, then builds and tests the
 # library three ways: native x86-64, 32-bit x86 (tests under qemu-i386), and
-# native with AddressSanitizer and UndefinedBehaviorSanitizer.
+# native with AddressSanitizer and UndefinedBehaviorSanitizer. The tests of
+# each build include the checks of the exported symbols, the API reference and
+# the changelog. The native and 32-bit builds are then packaged as .deb files
+# for amd64 and i386, and the packaged files are checked on their own: headers,
+# the examples built with pkg-config and with CMake, run against the packaged
+# simulator (scripts/check-installed.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
-install_missing cmake g++ g++-multilib googletest qemu-user locales
+install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man
 
 jobs=${JOBS:-2}
 run() {
   local dir=$1; shift
   echo "== $dir: configure"
-  cmake -S . -B "$dir" -DVERDA_WERROR=ON "$@" >/dev/null
+  cmake -S . -B "$dir" -DVERDA_WERROR=ON -DCMAKE_INSTALL_PREFIX=/usr "$@" >/dev/null
   echo "== $dir: build"
   cmake --build "$dir" -j"$jobs"
   echo "== $dir: test"
@@ -20,6 +25,8 @@ run() {
 }
 
 run build/native
+bash scripts/check-installed.sh build/native
 run build/i386 -DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake
+bash scripts/check-installed.sh build/i386
 ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 run build/sanitize -DVERDA_SANITIZE=ON
-echo "== all three builds passed"
+echo "== all three builds passed; the packages are in build/{native,i386}/installed-check/packages"

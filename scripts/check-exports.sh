@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Checks the dynamic symbol table of the shared library against the installed
+# headers:
+#   - every exported name is declared in a public header: no internal helper,
+#     no internal global (vr35, g_ResultCode), no standard library copy;
+#   - every function that the public API header declares in the namespace
+#     VERDA is exported.
+# Usage: check-exports.sh LIBRARY SOURCE-ROOT PUBLIC-HEADER...
+#        (headers relative to SOURCE-ROOT, as installed)
+set -euo pipefail
+lib=$1 root=$2
+shift 2
+api=api/CorteliaVERDA.h
+
+# The identifiers in the code of the public headers, comments removed: the
+# names a client sees.
+declared=$(cd "$root" && sed -e 's://.*$::' "$@" | tr -c 'A-Za-z0-9_' '\n' | grep -E '^[A-Za-z_]' | sort -u)
+
+mangled=$(nm -D --defined-only "$lib" | awk '{ print $NF }' | grep -v -E '^(_init|_fini)$' || true)
+if [ -z "$mangled" ]; then
+  echo "check-exports: $lib exports nothing" >&2
+  exit 1
+fi
+demangled=$(c++filt <<<"$mangled")
+
+# Each symbol is reduced to the identifiers of its qualified name, all of
+# which must be declared: "vtable for VR35" -> VR35; "VR35::~VR35()" -> VR35;
+# "int fromString<int>(std::string const&)" -> fromString;
+# "__odr_asan.kLogFileName" -> kLogFileName.
+bad=0
+awk -v declared="$declared" '
+  BEGIN { n = split(declared, list, "\n"); for (i = 1; i <= n; i++) known[list[i]] = 1 }
+  {
+    name = $0
+    sub(/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for /, "", name)
+    sub(/^(non-)?virtual thunk to /, "", name)
+    sub(/^__odr_asan[._]/, "", name)  # AddressSanitizer marks each exported global
+    gsub(/\[abi:[^]]*\]/, "", name)
+    sub(/[(<].*$/, "", name)
+    sub(/^.* /, "", name)
+    gsub(/~/, "", name)
+    n = split(name, parts, "::")
+    for (i = 1; i <= n; i++) {
+      if (parts[i] ~ /^operator/) continue
+      if (!(parts[i] in known)) {
+        print "check-exports: exported but not declared in a public header: " $0 > "/dev/stderr"
+        failed = 1
+        break
+      }
+    }
+  }
+  END { exit failed }' <<<"$demangled" || bad=1
+
+verda=$("$(dirname "$0")/verda-functions.sh" "$root/$api")
+if [ -z "$verda" ]; then
+  echo "check-exports: no VERDA function found in $api" >&2
+  exit 1
+fi
+for function in $verda; do
+  if ! grep -q -E "^VERDA::$function\(" <<<"$demangled"; then
+    echo "check-exports: VERDA::$function is declared in $api but not exported" >&2
+    bad=1
+  fi
+done
+
+[ $bad -eq 0 ] && echo "check-exports: $(wc -l <<<"$demangled") symbols exported," \
+                       "all declared in the public headers; $(wc -w <<<"$verda") VERDA functions"
+exit $bad

@@ -1,0 +1,54 @@
+#ifndef VERDA_SIM_LINK_H
+#define VERDA_SIM_LINK_H
+
+// One end of the line: request frames in, replies (with any faults) out.
+//
+// A request whose sequence number, command and data equal those of the last
+// one executed is a repeat by the driver: it is not executed again, and the
+// last reply goes out again.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sim/Faults.h"
+#include "sim/Register.h"
+#include "sim/Wire.h"
+
+namespace sim {
+
+// Bytes to write after a pause.
+struct Chunk {
+    std::string bytes;
+    int delayMs;
+};
+
+class Link {
+  public:
+    // changed runs after each executed command, to keep the state.
+    Link(Register& device, Faults& faults, std::function<void()> changed)
+        : device_(device), faults_(faults), changed_(std::move(changed)) {}
+
+    std::vector<Chunk> receive(const char* bytes, size_t count);
+    // A new connection: no repeat can span it.
+    void reset();
+    bool pending() const { return reader_.pending(); }
+    void dropPending() { reader_.clear(); }
+
+  private:
+    void answer(const Frame& frame, std::vector<Chunk>& out);
+
+    Register& device_;
+    Faults& faults_;
+    std::function<void()> changed_;
+    FrameReader reader_;
+    // The last executed request (sequence, command, data) and its reply.
+    // A repeat cannot outlive the connection, so neither is kept in the
+    // state file.
+    std::string lastRequest_;
+    std::string lastReply_;
+};
+
+}  // namespace sim
+
+#endif

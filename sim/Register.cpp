@@ -1,0 +1,310 @@
+#include "sim/Register.h"
+
+#include <ctime>
+
+namespace sim {
+
+// --- Request fields ------------------------------------------------------------
+
+void Args::expect(size_t least, size_t most) const {
+    if (fields_.size() < least || fields_.size() > most) throw Refusal{err::kSyntax};
+}
+
+const std::string& Args::text(size_t i) const {
+    static const std::string empty;
+    return i < fields_.size() ? fields_[i] : empty;
+}
+
+char Args::byte(size_t i) const {
+    if (text(i).size() != 1) throw Refusal{err::kSyntax};
+    return text(i)[0];
+}
+
+long long Args::integer(size_t i) const {
+    long long value = 0;
+    if (!parseInt(text(i), value)) throw Refusal{err::kSyntax};
+    return value;
+}
+
+Money Args::amount(size_t i) const {
+    long long value = 0;
+    if (!parseFixed(text(i), 2, value)) throw Refusal{err::kSyntax};
+    return value;
+}
+
+Milli Args::quantity(size_t i) const {
+    long long value = 0;
+    if (!parseFixed(text(i), 3, value)) throw Refusal{err::kSyntax};
+    return value;
+}
+
+// --- Commands --------------------------------------------------------------------
+
+const Register::Entry Register::kCommands[] = {
+    {0x21, &Register::Display},
+    {0x23, &Register::Display},
+    {0x26, &Register::OpenServiceInv},
+    {0x27, &Register::CloseServiceInv},
+    {0x2A, &Register::PrintFreeTextInServiceInv},
+    {0x2C, &Register::FeedPaper},
+    {0x2D, &Register::CheckConnection},
+    {0x2E, &Register::CutPaper},
+    {0x2F, &Register::Display},
+    {0x30, &Register::OpenFiscalInv},
+    {0x31, &Register::RegisterSale},
+    {0x32, &Register::ReportOnTaxRates},
+    {0x33, &Register::Subtotal},
+    {0x34, &Register::TotalCorrecion},
+    {0x35, &Register::Total},
+    {0x36, &Register::PrintFreeTextInFiscalInv},
+    {0x38, &Register::CloseFiscalInv},
+    {0x39, &Register::SetFiscalInvParam},
+    {0x3A, &Register::RegisterArticleSale},
+    {0x3C, &Register::CancelFiscalInv},
+    {0x3D, &Register::SetDateTime},
+    {0x3E, &Register::GetDateTime},
+    {0x40, &Register::LatestFiscalRecord},
+    {0x41, &Register::AmountOfSavingsPerDay},
+    {0x44, &Register::FreeFieldsByFiscalMemory},
+    {0x45, &Register::PrintReport},
+    {0x46, &Register::ParishOrConsumption},
+    {0x47, &Register::StateFN},
+    {0x48, &Register::Fiscalization},
+    {0x4A, &Register::GetStatusFP},
+    {0x4B, &Register::GetStatusShift},
+    {0x4C, &Register::FiscalTransactionsStatus},
+    {0x4D, &Register::GetOFDandFNStatus},
+    {0x50, &Register::Silent},
+    {0x53, &Register::SetTaxRates},
+    {0x54, &Register::PrintBarCode},
+    {0x56, &Register::DateOfLastEntryByFiscalMemory},
+    {0x57, &Register::GetTradingGroupInfo},
+    {0x58, &Register::GetDepInfoInCheck},
+    {0x59, &Register::TestFiscalMemory},
+    {0x5A, &Register::DiagnosticInfo},
+    {0x5B, &Register::SetManufacturersSerialNumber},
+    {0x5C, &Register::PrintDivideLine},
+    {0x5E, &Register::FiscalReportByDate},
+    {0x5F, &Register::FiscalReportByNumber},
+    {0x62, &Register::SetTAXNumber},
+    {0x63, &Register::GetTAXNumber},
+    {0x64, &Register::ReadingError},
+    {0x65, &Register::SetOperatorPassword},
+    {0x67, &Register::InfoByCurrentInv},
+    {0x69, &Register::OperatorReport},
+    {0x6A, &Register::Silent},
+    {0x6B, &Register::ArticleDatabase},
+    {0x6D, &Register::PrintDublicateReceipt},
+    {0x6E, &Register::DailyReportByTypesOfPayment},
+    {0x6F, &Register::ReportByArticle},
+    {0x70, &Register::ReportByOperatorsOrBlock},
+    {0x7B, &Register::ReadDeviceInfo},
+    {0x7C, &Register::GetDocInEJByDate},
+    {0x7D, &Register::GetInfoFromEJ},
+    {0x7F, &Register::PrintStamp},
+    {0x90, &Register::ChangeOFDRegistration},
+    {0xC8, &Register::Silent},
+    {0xCA, &Register::UploadImage},
+    {0xCB, &Register::UploadStamp},
+    {0xFD, &Register::SetServiceParam},
+    {0xFF, &Register::Programming},
+};
+
+Register::Register(const Identity& identity, State& state, Paper& paper)
+    : identity_(identity), state_(state), paper_(paper), layout_(identity.columns) {}
+
+std::string Register::execute(unsigned int command, const std::string& data) {
+    printed_ = lastRefused_ = lastUnknown_ = false;
+    if (identity_.ofdOnline && !state_.unsent.empty()) state_.unsent.erase(state_.unsent.begin());
+    Handler handler = nullptr;
+    for (const Entry& entry : kCommands)
+        if (entry.command == command) handler = entry.handler;
+    std::vector<std::string> fields;
+    // A refused command leaves no trace: the state goes back to where it stood.
+    const State before = state_;
+    try {
+        if (handler == nullptr) {
+            lastUnknown_ = true;
+            throw Refusal{err::kUnknownCommand};
+        }
+        if (!splitFields(data, fields)) throw Refusal{err::kSyntax};
+        Reply out;
+        (this->*handler)(Args(fields), out);
+        // ReadDeviceInfo answers without a result field (Device.cpp).
+        return command == 0x7B ? out.data() : "0\t" + out.data();
+    } catch (const Refusal& refusal) {
+        state_ = before;
+        lastRefused_ = true;
+        return "-" + str(refusal.code) + "\t";
+    }
+}
+
+// The status bytes:
+//   byte 0: bit 0 the last command was refused, bit 1 it was unknown
+//   byte 1: bit 0 a fiscal receipt is open, bit 1 a service document is open,
+//           bit 2 payment has begun, bit 3 the receipt is paid in full
+//   byte 2: bit 0 the shift is open, bit 1 it is older than 24 hours
+//   byte 3: bit 0 the register is fiscalized, bit 1 documents wait for the
+//           data operator
+//   byte 4: bit 0 the last command printed
+//   bytes 5 to 7: always 0
+std::string Register::status() const {
+    std::string bytes(8, '\0');
+    const Receipt& r = state_.receipt;
+    bytes[0] = static_cast<char>((lastRefused_ ? 1 : 0) | (lastUnknown_ ? 2 : 0));
+    const Money paid = receiptPaid();
+    bytes[1] = static_cast<char>(
+        (r.state == Receipt::Fiscal ? 1 : 0) | (r.state == Receipt::Service ? 2 : 0) |
+        (paid > 0 ? 4 : 0) |
+        (r.state == Receipt::Fiscal && paid > 0 && paid >= receiptTotal() ? 8 : 0));
+    const bool over24h = state_.shiftOpen && now() - state_.shiftOpenedAt > 24 * 3600;
+    bytes[2] = static_cast<char>((state_.shiftOpen ? 1 : 0) | (over24h ? 2 : 0));
+    bytes[3] = static_cast<char>((state_.fiscalized ? 1 : 0) | (state_.unsent.empty() ? 0 : 2));
+    bytes[4] = static_cast<char>(printed_ ? 1 : 0);
+    return bytes;
+}
+
+// --- Shared steps ------------------------------------------------------------------
+
+long long Register::now() const {
+    return static_cast<long long>(std::time(nullptr)) + state_.clockOffset;
+}
+
+namespace {
+std::tm brokenDown(long long time) {
+    const std::time_t t = static_cast<std::time_t>(time);
+    std::tm parts;
+    gmtime_r(&t, &parts);
+    return parts;
+}
+}  // namespace
+
+std::string Register::timeText(long long time) const {
+    const std::tm t = brokenDown(time);
+    char text[64];
+    std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d:%02d", t.tm_mday, t.tm_mon + 1,
+                  t.tm_year + 1900, t.tm_hour, t.tm_min, t.tm_sec);
+    return text;
+}
+
+std::string Register::dateText(long long time) const {
+    return timeText(time).substr(0, 10);
+}
+
+void Register::print(const Lines& lines) {
+    paper_.print(lines);
+    printed_ = true;
+    if (state_.receipt.state != Receipt::None)
+        state_.receipt.printed.insert(state_.receipt.printed.end(), lines.begin(), lines.end());
+}
+
+int Register::nextDocument() {
+    return ++state_.documents;
+}
+
+int Register::nextFiscalDocument(long long time) {
+    ++state_.fds;
+    state_.unsent.push_back(Unsent{state_.fds, time});
+    return state_.fds;
+}
+
+// Records are numbered in order; a Z record carries the shift's number
+// instead.
+FiscalRecord& Register::addFiscalRecord(char type) {
+    FiscalRecord record;
+    record.type = type;
+    record.number = static_cast<int>(state_.fiscalMemory.size()) + 1;
+    record.time = now();
+    state_.fiscalMemory.push_back(record);
+    return state_.fiscalMemory.back();
+}
+
+long long Register::fiscalSign(int fd) const {
+    // FNV-1a over the drive's number and the document's: nine digits.
+    unsigned int hash = 2166136261u;
+    for (char c : identity_.fnNumber + "/" + str(fd))
+        hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
+    return 100000000 + hash % 900000000u;
+}
+
+Lines Register::documentHeader(const std::string& title) const {
+    Lines lines;
+    for (int i = 0; i < 4; ++i) {
+        const std::string header = param("Header", i);
+        if (!header.empty()) lines.push_back(layout_.center(header));
+    }
+    lines.push_back(
+        layout_.pair(dev("ЗН ККТ ") + state_.serial, dev("ДОК № ") + str(state_.documents + 1)));
+    lines.push_back(layout_.pair(timeText(now()).substr(0, 16), dev("ИНН ") + state_.taxNumber));
+    lines.push_back(layout_.center(title));
+    return lines;
+}
+
+void Register::printDocument(char type, int fd, const Lines& lines) {
+    JournalDoc doc;
+    doc.number = nextDocument();
+    doc.shift = state_.shift;
+    doc.fd = fd;
+    doc.type = type;
+    doc.time = now();
+    doc.lines = lines;
+    if (fd != 0)
+        doc.lines.push_back(layout_.pair(dev("ФД № ") + str(fd), dev("ФП ") + str(fiscalSign(fd))));
+    paper_.print(doc.lines);
+    printed_ = true;
+    state_.lastDocTime = doc.time;
+    state_.journal.push_back(doc);
+}
+
+void Register::requireNoDocument() const {
+    if (state_.receipt.state == Receipt::Fiscal) throw Refusal{err::kFiscalReceiptOpen};
+    if (state_.receipt.state == Receipt::Service) throw Refusal{err::kServiceDocOpen};
+}
+
+void Register::requireShiftOpen() const {
+    if (!state_.shiftOpen) throw Refusal{err::kShiftClosed};
+    if (now() - state_.shiftOpenedAt > 24 * 3600) throw Refusal{err::kShiftOver24h};
+}
+
+void Register::requireFiscalReceipt() const {
+    if (state_.receipt.state == Receipt::Service) throw Refusal{err::kServiceDocOpen};
+    if (state_.receipt.state != Receipt::Fiscal) throw Refusal{err::kReceiptClosed};
+}
+
+void Register::requireOperator(const Args& in, size_t number, size_t password) const {
+    const long long op = in.integer(number);
+    if (op < 1 || op > kOperators || state_.operatorPasswords[op] != in.text(password))
+        throw Refusal{err::kWrongPassword};
+}
+
+int Register::taxGroup(char code) const {
+    if (code >= '1' && code <= '6') return code - '1';
+    if (code >= 'A' && code <= 'F') return code - 'A';
+    throw Refusal{err::kTaxForbidden};
+}
+
+bool Register::newFirmware() const {
+    long long revision = 0;
+    return parseInt(identity_.firmware, revision) && revision > 944123;
+}
+
+Money Register::receiptTotal() const {
+    if (state_.receipt.corrected) return receiptPaid();
+    Money total = state_.receipt.receiptAdjustment;
+    for (const Line& line : state_.receipt.lines) total += line.amount + line.adjustment;
+    return total;
+}
+
+Money Register::receiptPaid() const {
+    Money paid = 0;
+    for (Money p : state_.receipt.payments) paid += p;
+    return paid;
+}
+
+Counted& Register::operatorTotal(int op, int slot) {
+    std::vector<Counted>& row = state_.totals.byOperator[op];
+    row.resize(7);
+    return row[slot];
+}
+
+}  // namespace sim

@@ -1,0 +1,169 @@
+#include "sim/Text.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+namespace sim {
+
+namespace {
+
+// Code points of CP866 0x80..0xFF.
+const unsigned short kUpperHalf[128] = {
+    0x0410, 0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, 0x0418, 0x0419, 0x041A, 0x041B,
+    0x041C, 0x041D, 0x041E, 0x041F, 0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427,
+    0x0428, 0x0429, 0x042A, 0x042B, 0x042C, 0x042D, 0x042E, 0x042F, 0x0430, 0x0431, 0x0432, 0x0433,
+    0x0434, 0x0435, 0x0436, 0x0437, 0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F,
+    0x2591, 0x2592, 0x2593, 0x2502, 0x2524, 0x2561, 0x2562, 0x2556, 0x2555, 0x2563, 0x2551, 0x2557,
+    0x255D, 0x255C, 0x255B, 0x2510, 0x2514, 0x2534, 0x252C, 0x251C, 0x2500, 0x253C, 0x255E, 0x255F,
+    0x255A, 0x2554, 0x2569, 0x2566, 0x2560, 0x2550, 0x256C, 0x2567, 0x2568, 0x2564, 0x2565, 0x2559,
+    0x2558, 0x2552, 0x2553, 0x256B, 0x256A, 0x2518, 0x250C, 0x2588, 0x2584, 0x258C, 0x2590, 0x2580,
+    0x0440, 0x0441, 0x0442, 0x0443, 0x0444, 0x0445, 0x0446, 0x0447, 0x0448, 0x0449, 0x044A, 0x044B,
+    0x044C, 0x044D, 0x044E, 0x044F, 0x0401, 0x0451, 0x0404, 0x0454, 0x0407, 0x0457, 0x040E, 0x045E,
+    0x00B0, 0x2219, 0x00B7, 0x221A, 0x2116, 0x00A4, 0x25A0, 0x00A0,
+};
+
+void appendUtf8(std::string& out, unsigned int code) {
+    if (code < 0x80) {
+        out += static_cast<char>(code);
+    } else if (code < 0x800) {
+        out += static_cast<char>(0xC0 | (code >> 6));
+        out += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+        out += static_cast<char>(0xE0 | (code >> 12));
+        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (code & 0x3F));
+    }
+}
+
+char toCp866(unsigned int code) {
+    if (code < 0x80) return static_cast<char>(code);
+    for (int i = 0; i < 128; ++i)
+        if (kUpperHalf[i] == code) return static_cast<char>(0x80 + i);
+    return '?';
+}
+
+}  // namespace
+
+std::string cp866ToUtf8(const std::string& bytes) {
+    std::string out;
+    for (unsigned char c : bytes) {
+        if (c < 0x80)
+            out += static_cast<char>(c);
+        else
+            appendUtf8(out, kUpperHalf[c - 0x80]);
+    }
+    return out;
+}
+
+std::string utf8ToCp866(const std::string& text) {
+    std::string out;
+    for (std::string::size_type i = 0; i < text.size();) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : 0;
+        unsigned int code = extra == 0 ? c : c & (0x3F >> extra);
+        ++i;
+        for (; extra > 0 && i < text.size(); --extra, ++i)
+            code = (code << 6) | (static_cast<unsigned char>(text[i]) & 0x3F);
+        out += c >= 0x80 && c < 0xC0 ? '?' : toCp866(code);
+    }
+    return out;
+}
+
+bool parseFixed(const std::string& text, int decimals, long long& value) {
+    std::string::size_type i = 0;
+    bool negative = false;
+    if (i < text.size() && (text[i] == '-' || text[i] == '+')) negative = text[i++] == '-';
+    long long whole = 0;
+    long long fraction = 0;
+    int fractionDigits = 0;
+    bool roundUp = false;
+    bool digits = false;
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i, digits = true) {
+        if (whole > 100000000000LL) return false;
+        whole = whole * 10 + (text[i] - '0');
+    }
+    if (i < text.size() && text[i] == '.') {
+        for (++i; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i, digits = true) {
+            if (fractionDigits < decimals) {
+                fraction = fraction * 10 + (text[i] - '0');
+                ++fractionDigits;
+            } else if (fractionDigits++ == decimals) {
+                roundUp = text[i] >= '5';
+            }
+        }
+    }
+    if (!digits || i != text.size()) return false;
+    for (; fractionDigits < decimals; ++fractionDigits) fraction *= 10;
+    long long scale = 1;
+    for (int d = 0; d < decimals; ++d) scale *= 10;
+    value = whole * scale + fraction + (roundUp ? 1 : 0);
+    if (negative) value = -value;
+    return true;
+}
+
+std::string formatFixed(long long value, int decimals) {
+    long long scale = 1;
+    for (int d = 0; d < decimals; ++d) scale *= 10;
+    const unsigned long long magnitude =
+        value < 0 ? 0ULL - static_cast<unsigned long long>(value) : value;
+    std::string text = std::to_string(magnitude / scale);
+    if (decimals > 0) {
+        std::string fraction = std::to_string(magnitude % scale);
+        text += "." + std::string(decimals - fraction.size(), '0') + fraction;
+    }
+    return value < 0 ? "-" + text : text;
+}
+
+long long mulDivRound(long long a, long long b, long long divisor) {
+    // The x87 long double holds any product below 2^64 exactly, on 32 and 64
+    // bits alike, and cannot overflow where a long long product would.
+    return std::llround(static_cast<long double>(a) * b / divisor);
+}
+
+bool parseInt(const std::string& text, long long& value) {
+    if (text.empty() || text.size() > 12) return false;
+    std::string::size_type i = text[0] == '-' || text[0] == '+' ? 1 : 0;
+    if (i == text.size()) return false;
+    for (std::string::size_type k = i; k < text.size(); ++k)
+        if (text[k] < '0' || text[k] > '9') return false;
+    value = std::strtoll(text.c_str(), nullptr, 10);
+    return true;
+}
+
+std::string str(long long value) {
+    return std::to_string(value);
+}
+
+bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& dateOnly) {
+    std::tm t = std::tm();
+    char tail = 0;
+    const int got = std::sscanf(text.c_str(), "%2d.%2d.%4d %2d:%2d:%2d%c", &t.tm_mday, &t.tm_mon,
+                                &t.tm_year, &t.tm_hour, &t.tm_min, &t.tm_sec, &tail);
+    if ((got != 3 && got != 6) || t.tm_year < 2000 || t.tm_year > 2037 || t.tm_hour < 0 ||
+        t.tm_hour > 23 || t.tm_min < 0 || t.tm_min > 59 || t.tm_sec < 0 || t.tm_sec > 59)
+        return false;
+    const std::tm wanted = t;
+    t.tm_mon -= 1;
+    t.tm_year -= 1900;
+    const std::time_t seconds = timegm(&t);
+    // A day that does not exist, such as 31.02, comes back as another.
+    if (t.tm_mday != wanted.tm_mday || t.tm_mon + 1 != wanted.tm_mon) return false;
+    dateOnly = got == 3;
+    time = static_cast<long long>(seconds) + (dateOnly && endOfDay ? 24 * 3600 - 1 : 0);
+    return true;
+}
+
+bool splitFields(const std::string& data, std::vector<std::string>& fields) {
+    fields.clear();
+    if (data.empty()) return true;
+    if (data[data.size() - 1] != '\t') return false;
+    std::string::size_type start = 0;
+    for (std::string::size_type tab; (tab = data.find('\t', start)) != std::string::npos;
+         start = tab + 1)
+        fields.push_back(data.substr(start, tab - start));
+    return true;
+}
+
+}  // namespace sim

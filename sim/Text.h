@@ -1,0 +1,49 @@
+#ifndef VERDA_SIM_TEXT_H
+#define VERDA_SIM_TEXT_H
+
+// Text and number tools of the simulated register. The register keeps its
+// text in CP866, as the real one does; UTF-8 appears only at its edges (the
+// command line and the paper stream).
+
+#include <string>
+#include <vector>
+
+namespace sim {
+
+// CP866 bytes to UTF-8; every byte gives one character.
+std::string cp866ToUtf8(const std::string& bytes);
+// UTF-8 to CP866; a character that CP866 lacks becomes "?".
+std::string utf8ToCp866(const std::string& text);
+
+// Money in kopecks and quantities in thousandths: the register counts in
+// integers so that its totals add up exactly.
+typedef long long Money;
+typedef long long Milli;
+
+// Reads a decimal text such as "12.5", "-3" or "0.125" as a whole number of
+// 1/10^decimals, rounding half away from zero. False for anything else.
+bool parseFixed(const std::string& text, int decimals, long long& value);
+// Writes value / 10^decimals with exactly that many decimals and a ".".
+std::string formatFixed(long long value, int decimals);
+inline std::string money(Money value) {
+    return formatFixed(value, 2);
+}
+// a * b / divisor, rounded half away from zero.
+long long mulDivRound(long long a, long long b, long long divisor);
+
+// Reads a plain decimal integer (optional sign, digits only). False otherwise.
+bool parseInt(const std::string& text, long long& value);
+std::string str(long long value);
+
+// The register's time text "DD.MM.YYYY HH:MM:SS", or a bare "DD.MM.YYYY",
+// which stands for the start of its day, or its end with endOfDay. Seconds
+// since the epoch, years 2000 to 2037. False for anything else.
+bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& dateOnly);
+
+// The fields of a request: each ends in a tab. False when the data does not
+// end in one (an empty request has no fields).
+bool splitFields(const std::string& data, std::vector<std::string>& fields);
+
+}  // namespace sim
+
+#endif
