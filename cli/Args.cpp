@@ -55,6 +55,10 @@ Global parseGlobal(const std::vector<std::string>& argv) {
             g.help = true;
             continue;
         }
+        if (name == "--version") {
+            g.version = true;
+            continue;
+        }
         if (name == "-v" || name == "--verbose") {
             g.verbose = true;
             continue;

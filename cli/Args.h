@@ -26,6 +26,7 @@ struct Global {
     int timeoutMs = -1;             // --timeout MS; -1 keeps the library's default
     bool verbose = false;           // --verbose: the library's own lines on standard error
     bool help = false;              // --help
+    bool version = false;           // --version
     std::string command;            // the command word, empty when none was given
     std::vector<std::string> args;  // what follows the command word
 

@@ -6,7 +6,6 @@
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Text.h"
-#include "device/ErrorCatalogue.h"
 
 namespace cli {
 
@@ -160,16 +159,9 @@ void runError(Session& session, const CommandLine& line) {
     line.expectOperands(1, 1);
     const int code = toInt(line.operands()[0], -2147483647, 2147483647, "result code");
     // With a register given, it is asked for its own text first.
-    std::string text;
-    if (session.global().hasTransport()) {
-        session.connect(false);
-        int deviceCode = 0;
-        VERDA::ReadingError(code, deviceCode, text);
-        text = fromOneWay(text);
-    } else if (const char* known = errorText(code)) {
-        text = known;
-    }
-    if (text.empty()) throw Failure{"ReadingError", code, "no text for " + std::to_string(code)};
+    if (session.global().hasTransport()) session.connect(false);
+    const std::string text = session.explain(code);
+    if (text.empty()) throw Failure{"ReadingError", 0, "no text for " + std::to_string(code)};
     session.out() << code << ' ' << text << '\n';
 }
 

@@ -30,6 +30,10 @@ std::string padded(const std::string& text, size_t columns, bool right) {
     return right ? fill + text : text + fill;
 }
 
+bool isNumber(const std::string& text) {
+    return text.find_first_not_of("0123456789.-") == std::string::npos;
+}
+
 }  // namespace
 
 void printPairs(std::ostream& out, const Pairs& pairs) {
@@ -41,14 +45,19 @@ void printPairs(std::ostream& out, const Pairs& pairs) {
 
 void printGrid(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
     std::vector<size_t> columns;
-    for (const auto& row : rows) {
-        columns.resize(std::max(columns.size(), row.size()), 0);
-        for (size_t c = 0; c < row.size(); ++c) columns[c] = std::max(columns[c], width(row[c]));
+    std::vector<bool> numeric;
+    for (size_t r = 0; r < rows.size(); ++r) {
+        columns.resize(std::max(columns.size(), rows[r].size()), 0);
+        numeric.resize(columns.size(), true);
+        for (size_t c = 0; c < rows[r].size(); ++c) {
+            columns[c] = std::max(columns[c], width(rows[r][c]));
+            if (r > 0 && !isNumber(rows[r][c])) numeric[c] = false;
+        }
     }
     for (const auto& row : rows) {
         std::string line;
         for (size_t c = 0; c < row.size(); ++c)
-            line += (c == 0 ? "" : "  ") + padded(row[c], columns[c], c != 0);
+            line += (c == 0 ? "" : "  ") + padded(row[c], columns[c], numeric[c]);
         line.erase(line.find_last_not_of(' ') + 1);
         out << line << '\n';
     }

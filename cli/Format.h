@@ -21,8 +21,8 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 // "label   value" lines, the values in one column.
 void printPairs(std::ostream& out, const Pairs& pairs);
 
-// A table: the first row is the header; the first column is left-aligned,
-// the others right-aligned.
+// A table: the first row is the header. Columns of numbers are aligned to
+// the right, the others to the left.
 void printGrid(std::ostream& out, const std::vector<std::vector<std::string>>& rows);
 
 }  // namespace cli

@@ -7,7 +7,6 @@
 
 #include "api/CorteliaVERDA.h"
 #include "cli/Text.h"
-#include "device/ErrorCatalogue.h"
 
 namespace cli {
 
@@ -15,22 +14,31 @@ Session::Session(Environment& environment, const Global& global)
     : env_(environment), global_(global) {}
 
 Session::~Session() {
-    if (opened_) {
-        if (global_.serial.empty())
-            VERDA::CloseSocket();
-        else
-            VERDA::CloseSerial();
-    }
+    closeLink();
     if (initialised_) VERDA::Done();
+}
+
+void Session::initialise() {
+    if (initialised_) return;
+    VERDA::Init();
+    initialised_ = true;
+    if (env_.afterInit) env_.afterInit();
+}
+
+void Session::closeLink() {
+    if (!opened_) return;
+    opened_ = false;
+    if (global_.serial.empty())
+        VERDA::CloseSocket();
+    else
+        VERDA::CloseSerial();
 }
 
 void Session::connect(bool init) {
     if (opened_) return;
     if (!global_.hasTransport())
         throw UsageError("no register given: use --serial PATH or --tcp HOST:PORT");
-    VERDA::Init();
-    initialised_ = true;
-    if (env_.afterInit) env_.afterInit();
+    initialise();
     if (global_.timeoutMs >= 0)
         VERDA::setTimeOut(global_.serial.empty() ? global_.timeoutMs : global_.timeoutMs / 10);
     opened_ = true;  // a failed open still leaves a port to close
@@ -47,17 +55,16 @@ void Session::connect(bool init) {
 
 void Session::check(bool ok, const char* operation) {
     const int code = VERDA::LastResultCode();
-    if (code != kNoAnswer) answered_ = true;
+    linkFailed_ = code == kNoAnswer;
     if (!ok) throw Failure{operation, code, std::string()};
 }
 
 std::string Session::explain(int code) {
-    // After a failed exchange the register is not asked: that would cost the
-    // whole wait once more for the text ReadingError falls back on anyway.
-    if (!answered_ || code == kNoAnswer) {
-        const char* text = errorText(code);
-        return text != nullptr ? text : "";
-    }
+    // After a failed exchange the link is closed first: asking the register
+    // again would only wait out the timeout once more, and without a port
+    // ReadingError answers from its catalogue at once.
+    initialise();
+    if (linkFailed_) closeLink();
     int deviceCode = 0;
     std::string message;
     VERDA::ReadingError(code, deviceCode, message);  // the text is there even on failure

@@ -63,8 +63,9 @@ class Session {
     // Throws Failure with the last result code unless ok.
     void check(bool ok, const char* operation);
 
-    // The text for a result code: the register's own when it is there to ask,
-    // else the library's catalogue. Empty when neither has one.
+    // The text for a result code, through ReadingError: the register's own
+    // when the link works, else the library's catalogue. Empty when neither
+    // has one. Needs no link.
     std::string explain(int code);
 
     // Runs work and shows meanwhile that it is working: a spinner on a
@@ -72,11 +73,14 @@ class Session {
     void longRun(const std::string& label, const std::function<void()>& work);
 
   private:
+    void initialise();  // VERDA::Init, once
+    void closeLink();
+
     Environment& env_;
     Global global_;
     bool initialised_ = false;
     bool opened_ = false;
-    bool answered_ = false;  // the register has answered at least once
+    bool linkFailed_ = false;  // the last exchange failed
 };
 
 }  // namespace cli

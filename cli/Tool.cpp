@@ -18,6 +18,7 @@ const char kUsageHead[] =
     "                    100 to 25500 ms in steps of 100 on a serial line (default 500)\n"
     "  -v, --verbose     show the library's own messages (connection, repeats)\n"
     "  -h, --help        this text; 'verda COMMAND --help' tells about a command\n"
+    "  --version         the version\n"
     "\n"
     "Commands:\n";
 
@@ -75,6 +76,10 @@ int run(const std::vector<std::string>& args, Environment& env) {
         const Global global = parseGlobal(args);
         command = global.command;
         if (env.libraryOutput) env.libraryOutput(global.verbose);
+        if (global.version) {
+            env.out << "verda (CorteliaVERDA) " << VERDA_VERSION << '\n';
+            return kSuccess;
+        }
         if (command == "help" && global.args.size() <= 1) {
             command = global.args.empty() ? "" : global.args[0];
             const Command* found = command.empty() ? nullptr : find(command);
