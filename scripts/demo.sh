@@ -4,7 +4,8 @@
 # starts the simulator, opens a shift, sells a receipt of several lines with
 # a discount and change, prints an X report, and stops the simulator. The
 # simulated paper ("paper |") and the library's log ("  log |") are shown as
-# they are written, between the commands and what they print.
+# they are written, between the commands and what they print; the log holds
+# the library's own single-byte text, shown as it stands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -3,6 +3,7 @@
 // dead link.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -246,6 +247,98 @@ TEST_F(CliTest, DeadLinkIsALinkFailure) {
     const CliResult serial = verda({"--serial", home.path() + "no-such-port", "check"});
     EXPECT_EQ(serial.code, 3);
     EXPECT_EQ(serial.err, "verda: cannot open the serial port " + home.path() + "no-such-port\n");
+}
+
+// A register that opens, sells and pays as the script says; each command's
+// answer is looked up by its number, and Total answers in turn.
+class CliReceipt : public CliTest {
+  protected:
+    void SetUp() override {
+        device.onRequest([this](const Request& r) {
+            if (r.command == 0x35) return testing_device::reply(r, payments.at(paid++));
+            if (r.command == 0x31 && refuseSale && ++sales == 2)
+                return testing_device::reply(r, "-111005\t");
+            if (r.command == 0x31 && silentSale) return testing_device::Answer();
+            const auto answer = answers.find(r.command);
+            return answer == answers.end() ? testing_device::Answer()
+                                           : testing_device::reply(r, answer->second);
+        });
+    }
+    std::vector<std::string> sent(unsigned int command) {
+        std::vector<std::string> data;
+        for (const auto& request : device.requests())
+            if (request.command == command) data.push_back(request.data);
+        return data;
+    }
+
+    std::map<unsigned int, std::string> answers{
+        {0xFF, "0\t2\t"},
+        {0x5A, "0\tVERDA\t944124\t15.03.2026\t12:00\t5A3C\t1.0.7\t1\t"},
+        {0x30, "0\t7\t20\t3\t"},
+        {0x31, "0\t7\t"},
+        {0x33, "0\t7\t162.81\t0\t0\t0\t0\t0\t0\t"},
+        {0x38, "0\t7\t21\t123456\t20\t3\t"},
+        {0x3C, "0\t7\t"},
+        {0x64, "0\t111005\t\t"},  // no text of its own: the catalogue's
+    };
+    std::vector<std::string> payments{"0\tD\t62.81\t7\t", "0\tR\t37.19\t7\t"};
+    size_t paid = 0;
+    int sales = 0;
+    bool refuseSale = false, silentSale = false;
+};
+
+TEST_F(CliReceipt, TheCommandLineBecomesTheRequests) {
+    const CliResult result =
+        verda({"--tcp", address(), "receipt", "Хлеб=45.50x2", "Молоко=89,90:2:3", "--discount",
+               "10%", "--pay", "card:100", "--pay", "100"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out,
+              "receipt          7\n"
+              "total            162.81\n"
+              "card             100.00\n"
+              "cash             100.00\n"
+              "change           37.19\n"
+              "fiscal document  21\n"
+              "fiscal sign      123456\n"
+              "shift            3\n");
+    // Operator 1 with its password, till 1, a sale receipt; the names in the
+    // register's code page; a 10% discount is kind 1; card is mode 1.
+    EXPECT_EQ(sent(0x30), (std::vector<std::string>{"1\t1\t1\t0\t\t\t\t"}));
+    EXPECT_EQ(sent(0x31),
+              (std::vector<std::string>{
+                  "\x95\xAB\xA5\xA1\t1\t45.50\t2.000\t0\t0.00\t1\t\t\t\t\t\t",
+                  "\x8C\xAE\xAB\xAE\xAA\xAE\t2\t89.90\t1.000\t0\t0.00\t3\t\t\t\t\t\t"}));
+    EXPECT_EQ(sent(0x33), (std::vector<std::string>{"1\t0\t1\t10.00\t"}));
+    EXPECT_EQ(sent(0x35), (std::vector<std::string>{"1\t100.00\t1\t", "0\t100.00\t1\t"}));
+    EXPECT_EQ(sent(0x38).size(), 1u);
+    EXPECT_TRUE(sent(0x3C).empty());
+}
+
+TEST_F(CliReceipt, ARefusedLineCancelsTheReceipt) {
+    refuseSale = true;
+    const CliResult result = verda({"--tcp", address(), "receipt", "Хлеб=45.50", "Чай=1:Z"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(
+        result.err,
+        "verda: receipt 7 cancelled\n"
+        "verda: RegisterSale: error 111005: Ошибка режима регистрации: Ставка НДС запрещена\n");
+    EXPECT_EQ(sent(0x3C).size(), 1u);
+    EXPECT_TRUE(sent(0x33).empty());
+}
+
+// After a lost link nothing more is tried: a cancel would wait as long again.
+TEST_F(CliReceipt, ALostLinkLeavesTheReceiptAlone) {
+    silentSale = true;
+    const CliResult result =
+        verda({"--tcp", address(), "--timeout", "10", "receipt", "Хлеб=45.50"});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.err,
+              "verda: the receipt may still be open on the register\n"
+              "verda: RegisterSale: error 100001: Ошибка ввода/вывода, устройство не отвечает\n");
+    EXPECT_TRUE(sent(0x3C).empty());
+    EXPECT_TRUE(sent(0x64).empty());
 }
 
 }  // namespace
