@@ -77,24 +77,27 @@ void list(Session& session, const CommandLine& line) {
     // ends with the register's "no such article". A PLU that does not grow
     // ends it too, whatever the register does.
     int plu = 1, previous = 0;
-    for (bool first = true;; first = false) {
-        char tax = 0, priceType = 0;
-        int department = 0, group = 0;
-        double price = 0, value1 = 0, value2 = 0, value3 = 0;
-        std::string bars[4], name;
-        const bool ok = first ? VERDA::PrgAndReadArticleF(plu, tax, department, group, priceType,
-                                                          price, value1, value2, value3, bars[0],
-                                                          bars[1], bars[2], bars[3], name)
-                              : VERDA::PrgAndReadArticleN(plu, tax, department, group, priceType,
-                                                          price, value1, value2, value3, bars[0],
-                                                          bars[1], bars[2], bars[3], name);
-        if (!ok && VERDA::LastResultCode() == kNoArticle) break;
-        session.check(ok, first ? "PrgAndReadArticleF" : "PrgAndReadArticleN");
-        if (plu <= previous) break;
-        previous = plu;
-        grid.push_back({std::to_string(plu), money(price), fromCp866(std::string(1, tax)),
-                        std::to_string(department), quantity(value1), fromCp866(name)});
-    }
+    session.longRun("reading the articles", [&] {
+        for (bool first = true;; first = false) {
+            char tax = 0, priceType = 0;
+            int department = 0, group = 0;
+            double price = 0, value1 = 0, value2 = 0, value3 = 0;
+            std::string bars[4], name;
+            const bool ok = first
+                                ? VERDA::PrgAndReadArticleF(plu, tax, department, group, priceType,
+                                                            price, value1, value2, value3, bars[0],
+                                                            bars[1], bars[2], bars[3], name)
+                                : VERDA::PrgAndReadArticleN(plu, tax, department, group, priceType,
+                                                            price, value1, value2, value3, bars[0],
+                                                            bars[1], bars[2], bars[3], name);
+            if (!ok && VERDA::LastResultCode() == kNoArticle) break;
+            session.check(ok, first ? "PrgAndReadArticleF" : "PrgAndReadArticleN");
+            if (plu <= previous) break;
+            previous = plu;
+            grid.push_back({std::to_string(plu), money(price), fromCp866(std::string(1, tax)),
+                            std::to_string(department), quantity(value1), fromCp866(name)});
+        }
+    });
     if (grid.size() == 1)
         session.out() << "no articles\n";
     else
