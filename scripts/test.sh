@@ -10,19 +10,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man)
-packages+=(clang libclang-rt-14-dev libbenchmark-dev)  # the fuzz target and the benchmarks
-missing=()
-for p in "${packages[@]}"; do
-  dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "== installing: ${missing[*]}"
-  SUDO=""
-  [ "$(id -u)" -ne 0 ] && SUDO="sudo"
-  $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+source scripts/packages.sh
+install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man \
+  clang libclang-rt-14-dev libbenchmark-dev  # the last three: the fuzz target and the benchmarks
 
 jobs=${JOBS:-2}
 run() {

@@ -1,0 +1,224 @@
+// check, info, status, datetime, param and error: what the register is and
+// what state it is in.
+#include <ctime>
+
+#include "api/CorteliaVERDA.h"
+#include "cli/Commands.h"
+#include "cli/Format.h"
+#include "cli/Text.h"
+
+namespace cli {
+
+namespace {
+
+void runCheck(Session& session, const CommandLine& line) {
+    line.expectOperands(0, 0);
+    session.connect(false);
+    session.check(VERDA::CheckConnection(), "CheckConnection");
+    session.out() << "the register answers\n";
+}
+
+void runInfo(Session& session, const CommandLine& line) {
+    line.expectOperands(0, 0);
+    session.connect();
+    std::string name, revision, date, time, checksum, software, number, places;
+    session.check(VERDA::DiagnosticInfo(name, revision, date, time, checksum, software, number),
+                  "DiagnosticInfo");
+    session.check(VERDA::Programming("DecimalPoint", "0", places), "Programming");
+    printPairs(session.out(), {{"model", fromOneWay(name)},
+                               {"firmware", fromCp866(revision)},
+                               {"firmware date", fromCp866(date + " " + time)},
+                               {"checksum", fromCp866(checksum)},
+                               {"software", fromCp866(software)},
+                               {"device number", fromCp866(number)},
+                               {"decimal places", fromOneWay(places)}});
+}
+
+std::string bits(const std::string& picture) {
+    std::string grouped;
+    for (size_t i = 0; i < picture.size(); i += 8)
+        grouped += (i == 0 ? "" : " ") + picture.substr(i, 8);
+    return grouped;
+}
+
+void runStatus(Session& session, const CommandLine& line) {
+    line.expectOperands(0, 0);
+    session.connect();
+    std::string picture;
+    session.check(VERDA::GetStatusFP(picture), "GetStatusFP");
+    bool shiftOpen = false, over24h = false;
+    int minutes = 0;
+    session.check(VERDA::GetStatusShift(shiftOpen, over24h, minutes), "GetStatusShift");
+    char kind = 0;
+    int slip = 0, items = 0;
+    double amount = 0, paid = 0;
+    session.check(VERDA::FiscalTransactionsStatus(kind, slip, items, amount, paid),
+                  "FiscalTransactionsStatus");
+    // Selector "1" reads the drive's state; "0" would print a diagnostic.
+    std::string version, drive, phase, driveShift, warnings, deadline, registrations;
+    int shiftNumber = 0, receipts = 0, lastDocument = 0, firstUnsent = 0;
+    session.check(
+        VERDA::GetStateFN('1', version, drive, phase, driveShift, warnings, deadline, registrations,
+                          shiftNumber, receipts, lastDocument, firstUnsent),
+        "GetStateFN");
+    bool operatorShift = false, operator24h = false;
+    int operatorShiftNumber = 0, documents = 0, unsent = 0, oldest = 0;
+    std::string oldestTime;
+    session.check(VERDA::GetOFDandFNStatus(operatorShift, operator24h, operatorShiftNumber,
+                                           documents, unsent, oldest, oldestTime),
+                  "GetOFDandFNStatus");
+
+    std::string shift = shiftOpen ? "open, " + std::to_string(shiftNumber) + ", for " +
+                                        std::to_string(minutes) + " min"
+                                  : "closed";
+    if (over24h) shift += ", over 24 hours: close it with z-report";
+    // The register's kinds of document: "0" none, "1" a receipt, "2" a
+    // service document; another kind is shown as it came.
+    std::string document = "none";
+    if (kind == '1' || kind == '2')
+        document = std::string(kind == '1' ? "receipt " : "service document ") +
+                   std::to_string(slip) + ", " + std::to_string(items) + " lines, total " +
+                   money(amount) + ", paid " + money(paid);
+    else if (kind != '0' && kind != 0)
+        document = std::string("kind ") + kind + ", number " + std::to_string(slip);
+    printPairs(session.out(),
+               {{"status bits", bits(picture)},
+                {"shift", shift},
+                {"document", document},
+                {"fiscal drive", fromCp866(drive) + " (" + fromCp866(version) + "), phase " +
+                                     fromCp866(phase) + ", valid until " + fromCp866(deadline)},
+                {"drive warnings", fromCp866(warnings)},
+                {"registrations left", fromCp866(registrations)},
+                {"receipts in shift", std::to_string(receipts)},
+                {"last document", std::to_string(lastDocument)},
+                {"data operator", unsent == 0 ? std::string("all documents sent")
+                                              : std::to_string(unsent) + " unsent, the first " +
+                                                    std::to_string(oldest) + " of " +
+                                                    fromCp866(oldestTime)}});
+}
+
+// The register's clock reads and takes "DD.MM.YYYY HH:MM:SS".
+bool isDateTime(const std::string& text) {
+    const char kPattern[] = "00.00.0000 00:00:00";
+    if (text.size() != sizeof kPattern - 1) return false;
+    for (size_t i = 0; i < text.size(); ++i)
+        if (kPattern[i] == '0' ? text[i] < '0' || text[i] > '9' : text[i] != kPattern[i])
+            return false;
+    return true;
+}
+
+void runDateTime(Session& session, const CommandLine& line) {
+    line.expectOperands(0, 2);
+    const auto& operands = line.operands();
+    if (operands.empty()) {
+        session.connect();
+        std::string now;
+        session.check(VERDA::GetDateTime(now), "GetDateTime");
+        session.out() << fromCp866(now) << '\n';
+        return;
+    }
+    if (operands[0] != "set") throw UsageError("unknown datetime command " + operands[0]);
+    std::string wanted;
+    if (operands.size() == 2) {
+        wanted = operands[1];
+        if (!isDateTime(wanted)) throw UsageError("the time goes as DD.MM.YYYY HH:MM:SS");
+    } else {
+        const std::time_t now = std::time(nullptr);
+        std::tm local = std::tm();
+        localtime_r(&now, &local);
+        char text[32];
+        std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &local);
+        wanted = text;
+    }
+    session.connect();
+    session.check(VERDA::SetDateTime(wanted), "SetDateTime");
+    session.out() << "the register's clock is set to " << wanted << '\n';
+}
+
+void runParam(Session& session, const CommandLine& line) {
+    const auto& operands = line.operands();
+    if (operands.empty()) throw UsageError("param get or param set?");
+    const bool set = operands[0] == "set";
+    if (!set && operands[0] != "get") throw UsageError("unknown param command " + operands[0]);
+    line.expectOperands(set ? 3 : 2, set ? 4 : 3);
+    const std::string name = toText(operands[1], "parameter name");
+    const bool indexed = operands.size() == (set ? 4u : 3u);
+    const std::string index = indexed ? std::to_string(toInt(operands[2], 0, 9999, "index")) : "0";
+    // An empty value would make the write a read.
+    std::string value = set ? toText(operands.back(), "value") : std::string();
+    if (set && value.empty()) throw UsageError("the value must not be empty");
+    session.connect();
+    session.check(VERDA::Programming(name, index, value), "Programming");
+    if (set)
+        session.out() << operands[1] << '[' << index << "] set\n";
+    else
+        session.out() << fromOneWay(value) << '\n';
+}
+
+void runError(Session& session, const CommandLine& line) {
+    line.expectOperands(1, 1);
+    const int code = toInt(line.operands()[0], -2147483647, 2147483647, "result code");
+    // With a register given, it is asked for its own text first.
+    if (session.global().hasTransport()) session.connect(false);
+    const std::string text = session.explain(code);
+    if (text.empty()) throw Failure{"ReadingError", 0, "no text for " + std::to_string(code)};
+    session.out() << code << ' ' << text << '\n';
+}
+
+}  // namespace
+
+void addDeviceCommands(std::vector<Command>& table) {
+    table.push_back({"check",
+                     "does the register answer?",
+                     "Usage: verda --serial PATH|--tcp HOST:PORT check\n"
+                     "Asks the register whether it is there. Nothing is printed on paper.\n",
+                     {},
+                     {},
+                     runCheck});
+    table.push_back({"info",
+                     "model, firmware and decimal places",
+                     "Usage: verda ... info\n"
+                     "Initialises the register as a till does (decimal places, model, firmware)\n"
+                     "and shows what it reports about itself.\n",
+                     {},
+                     {},
+                     runInfo});
+    table.push_back({"status",
+                     "status bits, shift, open document, fiscal drive",
+                     "Usage: verda ... status\n"
+                     "Shows the status bits, the shift, the document in progress, the fiscal\n"
+                     "drive and the documents waiting for the fiscal data operator.\n",
+                     {},
+                     {},
+                     runStatus});
+    table.push_back({"datetime",
+                     "read or set the register's clock",
+                     "Usage: verda ... datetime\n"
+                     "       verda ... datetime set [\"DD.MM.YYYY HH:MM:SS\"]\n"
+                     "Shows the register's clock, or sets it to the given time or, without\n"
+                     "one, to this computer's local time.\n",
+                     {},
+                     {},
+                     runDateTime});
+    table.push_back({"param",
+                     "read or write a register parameter",
+                     "Usage: verda ... param get NAME [INDEX]\n"
+                     "       verda ... param set NAME [INDEX] VALUE\n"
+                     "Reads or writes a named parameter of the register, such as\n"
+                     "DecimalPoint, Dept_name, Header, Footer, PayName or OperName.\n"
+                     "INDEX defaults to 0; Dept_name 0 is department 1.\n",
+                     {},
+                     {},
+                     runParam});
+    table.push_back({"error",
+                     "the text for a result code",
+                     "Usage: verda [--serial PATH|--tcp HOST:PORT] error CODE\n"
+                     "Shows the text for a result code. With a register given, the register\n"
+                     "is asked first; without one, the library's catalogue answers.\n"
+                     "Exit status 1 when no text is known.\n",
+                     {},
+                     {},
+                     runError});
+}
+
+}  // namespace cli

@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# One whole shift against the simulated register, from a fresh Debian
+# machine: installs what the build needs, builds the tool and the simulator,
+# starts the simulator, opens a shift, sells a receipt of several lines with
+# a discount and change, prints an X report, and stops the simulator. The
+# simulated paper ("paper |") and the library's log ("  log |") are shown as
+# they are written, between the commands and what they print; the log holds
+# the library's own single-byte text, shown as it stands.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+source scripts/packages.sh
+install_missing cmake g++
+
+build=build/demo
+echo "== building verda and verda-sim in $build"
+cmake -S . -B "$build" -DVERDA_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" -j"${JOBS:-2}" --target verda verda-sim >/dev/null
+
+work=$(mktemp -d)
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+# The library logs to the home directory of the user's account.
+log="$(getent passwd "$(id -u)" | cut -d: -f6)/CorteliaVERDA.log"
+touch "$log"
+: >"$work/paper"
+
+"$build/sim/verda-sim" --tcp 0 --paper "$work/paper" >"$work/sim" 2>&1 &
+pids+=($!)
+address=""
+for _ in $(seq 100); do
+  address=$(head -n1 "$work/sim" 2>/dev/null || true)
+  [ -n "$address" ] && break
+  sleep 0.1
+done
+[ -n "$address" ] || { echo "verda-sim did not start:"; cat "$work/sim"; exit 1; }
+echo "== verda-sim listens on $address"
+
+tail -n0 -F "$work/paper" 2>/dev/null | sed -u 's/^/     paper | /' &
+pids+=($!)
+tail -n0 -F "$log" 2>/dev/null | sed -u 's/^/       log | /' &
+pids+=($!)
+
+verda() {
+  echo
+  echo "\$ verda $*"
+  "$build/cli/verda" --tcp "$address" "$@"
+  sleep 0.5  # let the paper and the log catch up before the next command
+}
+
+verda info
+verda shift open
+verda receipt 'Хлеб ржаной=45.50x2' 'Молоко 3,2%=89.90' 'Сыр=412.30x0.35:2' \
+  --discount 5% --pay cash:1000
+verda x-report
+echo
+echo "== done; the simulator stops"

@@ -1,0 +1,162 @@
+// The command-line tool against the simulated register: a whole shift, the
+// register's refusals, and Cyrillic text there and back.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sim/Simulator.h"
+#include "support/CliRun.h"
+
+namespace {
+
+class CliSim : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(
+            sim::parseOptions({"--tcp", "0", "--paper", home.path() + "paper.txt"}, options, error))
+            << error;
+        simulator.reset(new sim::Simulator(options));
+        ASSERT_TRUE(simulator->start(error)) << error;
+        server = std::thread([this] {
+            std::string ignored;
+            simulator->run(ignored);
+        });
+    }
+    void TearDown() override {
+        simulator->stop();
+        if (server.joinable()) server.join();
+    }
+
+    CliResult verda(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--tcp", simulator->address(), "--timeout", "500"});
+        return runCli(args, home.path());
+    }
+    // verda, which must succeed.
+    std::string ok(const std::vector<std::string>& args) {
+        const CliResult result = verda(args);
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        return result.out;
+    }
+    std::string paper() {
+        std::ifstream in(home.path() + "paper.txt");
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+
+    TempDir home;
+    sim::Options options;
+    std::unique_ptr<sim::Simulator> simulator;
+    std::thread server;
+};
+
+// The value on the line of a label, in the tool's "label   value" output.
+std::string value(const std::string& out, const std::string& label) {
+    std::istringstream lines(out);
+    std::string line;
+    while (std::getline(lines, line))
+        if (line.compare(0, label.size() + 2, label + "  ") == 0)
+            return line.substr(line.find_first_not_of(' ', label.size()));
+    return "(no " + label + ")";
+}
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST_F(CliSim, AWholeShift) {
+    const std::string info = ok({"info"});
+    EXPECT_EQ(value(info, "model"), "ВЕРДА 35V-Ф");
+    EXPECT_EQ(value(info, "decimal places"), "2");
+
+    const std::string shift = ok({"shift", "open"});
+    EXPECT_EQ(value(shift, "shift"), "1");
+    EXPECT_TRUE(contains(ok({"status"}), "\nshift               open, 1, for 0 min\n"));
+
+    // 2 x 45.50 + 89.90 = 180.90, less 10% = 162.81, paid 500 in cash.
+    const std::string receipt = ok(
+        {"receipt", "Хлеб ржаной=45.50x2", "Молоко=89,90:2", "--discount", "10%", "--pay", "500"});
+    EXPECT_EQ(value(receipt, "receipt"), "1");
+    EXPECT_EQ(value(receipt, "total"), "162.81");
+    EXPECT_EQ(value(receipt, "cash"), "500.00");
+    EXPECT_EQ(value(receipt, "change"), "337.19");
+    const std::string fiscal = value(receipt, "fiscal document");
+    EXPECT_TRUE(contains(paper(), "Хлеб ржаной"));
+
+    // The receipt read back from the journal by its fiscal document.
+    const CliResult journal = verda({"journal", "doc", fiscal, "--fd"});
+    EXPECT_EQ(journal.code, 0) << journal.err;
+    EXPECT_TRUE(contains(journal.out, "Хлеб ржаной")) << journal.out;
+    EXPECT_TRUE(contains(journal.out, "Молоко")) << journal.out;
+    EXPECT_EQ(journal.err, "verda: reading the journal...\n");
+
+    EXPECT_EQ(value(ok({"cash-in", "1000"}), "cash in the drawer"), "1162.81");
+
+    const CliResult x = verda({"x-report"});
+    EXPECT_EQ(x.code, 0) << x.err;
+    EXPECT_EQ(x.err, "verda: printing the X report...\n");
+    EXPECT_EQ(value(x.out, "X report"), "1");
+    // The receipt's discount is shared out over the two tax groups.
+    EXPECT_TRUE(contains(x.out, "\nsales             81.90  80.91  0.00  0.00  0.00  0.00\n"))
+        << x.out;
+    const CliResult z = verda({"z-report"});
+    EXPECT_EQ(z.code, 0) << z.err;
+    EXPECT_EQ(value(z.out, "Z report"), "1");
+    EXPECT_NE(value(z.out, "fiscal document"), "0");
+    EXPECT_TRUE(contains(ok({"status"}), "\nshift               closed\n"));
+}
+
+TEST_F(CliSim, RefusalsShowTheRegistersTextAndLeaveItFree) {
+    ok({"shift", "open"});
+    const CliResult again = verda({"shift", "open"});
+    EXPECT_EQ(again.code, 1);
+    EXPECT_EQ(again.out, "");
+    EXPECT_EQ(again.err.rfind("verda: OpenShift: error 110108: Ошибка устройства", 0), 0u)
+        << again.err;
+
+    // Paid short by card: the receipt is cancelled and the register is free.
+    const CliResult shortPaid = verda({"receipt", "Чай=120", "--pay", "card:100"});
+    EXPECT_EQ(shortPaid.code, 1);
+    EXPECT_EQ(shortPaid.err,
+              "verda: the payments fall short by 20.00\n"
+              "verda: receipt 1 cancelled\n"
+              "verda: the receipt is not paid in full\n");
+    // More cash out than the drawer holds.
+    const CliResult cashOut = verda({"cash-out", "5000"});
+    EXPECT_EQ(cashOut.code, 1);
+    EXPECT_EQ(cashOut.err.rfind("verda: ParishOrConsumption: error 111017: ", 0), 0u)
+        << cashOut.err;
+    EXPECT_TRUE(contains(ok({"status"}), "\ndocument            none\n"));
+}
+
+TEST_F(CliSim, CyrillicTravelsBothWays) {
+    ok({"article", "add", "7", "Кофе зерновой Ёлка", "250", "--stock", "10", "--units", "кг"});
+    ok({"article", "add", "9", "Чай", "99.90", "--tax", "2"});
+    const std::string article = ok({"article", "get", "7"});
+    EXPECT_EQ(value(article, "name"), "Кофе зерновой Елка");
+    EXPECT_EQ(value(article, "units"), "кг");
+    EXPECT_EQ(value(article, "price"), "250.00");
+    const CliResult listed = verda({"article", "list"});
+    EXPECT_EQ(listed.err, "verda: reading the articles...\n");
+    const std::string& list = listed.out;
+    EXPECT_TRUE(contains(list, "Кофе зерновой Елка\n")) << list;
+    EXPECT_TRUE(contains(list, "\n9  99.90") || contains(list, "Чай\n")) << list;
+    EXPECT_EQ(ok({"article", "delete", "7", "9"}), "articles 7 to 9 deleted\n");
+    EXPECT_EQ(verda({"article", "list"}).out, "no articles\n");
+
+    ok({"param", "set", "Header", "1", "ООО Ромашка"});
+    EXPECT_EQ(ok({"param", "get", "Header", "1"}), "ООО Ромашка\n");
+
+    EXPECT_EQ(ok({"text", "--center", "Привет, мир"}), "document 1 printed, 1 lines\n");
+    EXPECT_TRUE(contains(paper(), "Привет, мир"));
+
+    ok({"datetime", "set", "01.02.2030 10:00:00"});
+    EXPECT_EQ(ok({"datetime"}).rfind("01.02.2030 10:0", 0), 0u);
+}
+
+}  // namespace
