@@ -36,8 +36,8 @@ std::string defaultParam(const std::string& name, int index) {
 }
 
 const ParamSpec& paramSpec(const std::string& name) {
-    for (const ParamSpec& spec : kParams)
-        if (name == spec.name) return spec;
+    for (const ParamSpec& entry : kParams)
+        if (name == entry.name) return entry;
     throw Refusal{err::kWrongParameters};
 }
 
@@ -135,9 +135,9 @@ void Register::InfoByCurrentInv(const Args&, Reply& out) {
 
 void Register::Programming(const Args& in, Reply& out) {
     in.expect(3, 3);
-    const ParamSpec& spec = paramSpec(in.text(0));
+    const ParamSpec& entry = paramSpec(in.text(0));
     const long long index = in.integer(1);
-    if (index < 0 || index >= spec.count) throw Refusal{err::kWrongIndex};
+    if (index < 0 || index >= entry.count) throw Refusal{err::kWrongIndex};
     const std::string key = in.text(0) + "\t" + str(index);
     if (in.text(2).empty()) {
         out << param(in.text(0), static_cast<int>(index));
