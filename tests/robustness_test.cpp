@@ -91,8 +91,10 @@ TEST_P(BrokenReceipt, AnswerThatComesAfterTheRepeatIsTakenAndItsEchoCostsTheNext
     EXPECT_EQ(out, "REPEAT SEND!\n");
     EXPECT_EQ(slip, 12);
     EXPECT_EQ(subtotal, 91.0);
+    // The answer to the first Subtotal frame can arrive before the device has
+    // read the repeat, which is already on its way.
+    ASSERT_TRUE(device->waitForRequests(5));
     const auto requests = device->requests();
-    ASSERT_GE(requests.size(), 5u);
     EXPECT_EQ(requests[1].raw, requests[2].raw);
     EXPECT_EQ(requests[3].raw, requests[4].raw);
     EXPECT_EQ(requests[3].seq, requests[1].seq + 1);
