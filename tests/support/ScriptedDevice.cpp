@@ -160,7 +160,10 @@ void ScriptedDevice::hangUp() {
 void ScriptedDevice::writeAll(const std::string& bytes) {
     size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t n = write(fd_, bytes.data() + done, bytes.size() - done);
+        // A driver that has hung up must not end the test program with SIGPIPE.
+        const ssize_t n = kind_ == Tcp
+                              ? send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
+                              : write(fd_, bytes.data() + done, bytes.size() - done);
         if (n <= 0) return;
         done += static_cast<size_t>(n);
     }
