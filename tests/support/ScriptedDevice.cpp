@@ -162,7 +162,7 @@ void ScriptedDevice::writeAll(const std::string& bytes) {
     while (done < bytes.size()) {
         // A driver that has hung up must not end the test program with SIGPIPE.
         const ssize_t n = kind_ == Tcp
-                              ? send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
+                              ? ::send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
                               : write(fd_, bytes.data() + done, bytes.size() - done);
         if (n <= 0) return;
         done += static_cast<size_t>(n);
