@@ -1,21 +1,10 @@
 #include "cli/Text.h"
 
+#include "common/Cp866.h"
+
 namespace cli {
 
 namespace {
-
-void appendUtf8(std::string& out, unsigned int code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
-}
 
 // Decodes one UTF-8 character at text[i], advancing i. False for a malformed
 // or overlong sequence.
@@ -48,26 +37,6 @@ bool isControl(unsigned int code) {
     return code < 0x20 || code == 0x7F;
 }
 
-// CP866 0x80..0xFF as code points: the letters, then line drawing and the
-// last row.
-const unsigned short kCp866High[128] = {
-    // 0x80..0xAF: А..п
-    0x0410, 0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, 0x0418, 0x0419, 0x041A, 0x041B,
-    0x041C, 0x041D, 0x041E, 0x041F, 0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427,
-    0x0428, 0x0429, 0x042A, 0x042B, 0x042C, 0x042D, 0x042E, 0x042F, 0x0430, 0x0431, 0x0432, 0x0433,
-    0x0434, 0x0435, 0x0436, 0x0437, 0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F,
-    // 0xB0..0xDF: shades and box drawing
-    0x2591, 0x2592, 0x2593, 0x2502, 0x2524, 0x2561, 0x2562, 0x2556, 0x2555, 0x2563, 0x2551, 0x2557,
-    0x255D, 0x255C, 0x255B, 0x2510, 0x2514, 0x2534, 0x252C, 0x251C, 0x2500, 0x253C, 0x255E, 0x255F,
-    0x255A, 0x2554, 0x2569, 0x2566, 0x2560, 0x2550, 0x256C, 0x2567, 0x2568, 0x2564, 0x2565, 0x2559,
-    0x2558, 0x2552, 0x2553, 0x256B, 0x256A, 0x2518, 0x250C, 0x2588, 0x2584, 0x258C, 0x2590, 0x2580,
-    // 0xE0..0xEF: р..я
-    0x0440, 0x0441, 0x0442, 0x0443, 0x0444, 0x0445, 0x0446, 0x0447, 0x0448, 0x0449, 0x044A, 0x044B,
-    0x044C, 0x044D, 0x044E, 0x044F,
-    // 0xF0..0xFF
-    0x0401, 0x0451, 0x0404, 0x0454, 0x0407, 0x0457, 0x040E, 0x045E, 0x00B0, 0x2219, 0x00B7, 0x221A,
-    0x2116, 0x00A4, 0x25A0, 0x00A0};
-
 }  // namespace
 
 bool toApplication(const std::string& utf8, std::string& text, std::string& error) {
@@ -90,7 +59,7 @@ bool toApplication(const std::string& utf8, std::string& text, std::string& erro
             text += static_cast<char>(code - 0x0410 + 0xC0);
         } else {
             std::string character;
-            appendUtf8(character, code);
+            cp866::appendUtf8(character, code);
             error = "the register cannot print \"" + character + "\" in \"" + utf8 + "\"";
             return false;
         }
@@ -105,9 +74,9 @@ std::string fromOneWay(const std::string& text) {
     for (char c : text) {
         const unsigned char byte = static_cast<unsigned char>(c);
         if (byte >= 0x90)
-            appendUtf8(out, 0x0410 + (byte - 0x90));
+            cp866::appendUtf8(out, 0x0410 + (byte - 0x90));
         else if (byte >= 0x80)
-            appendUtf8(out, 0x0440 + (byte - 0x80));
+            cp866::appendUtf8(out, 0x0440 + (byte - 0x80));
         else
             out += isControl(byte) ? '?' : c;
     }
@@ -119,7 +88,7 @@ std::string fromCp866(const std::string& text) {
     for (char c : text) {
         const unsigned char byte = static_cast<unsigned char>(c);
         if (byte >= 0x80)
-            appendUtf8(out, kCp866High[byte - 0x80]);
+            cp866::appendUtf8(out, cp866::kUpperHalf[byte - 0x80]);
         else
             out += isControl(byte) ? '?' : c;
     }
