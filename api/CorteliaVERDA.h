@@ -12,6 +12,8 @@
 
 #include <string>
 
+#include "api/ResultCodes.h"
+
 namespace VERDA {
 
 // --- Lifecycle and transport -------------------------------------------------
