@@ -15,32 +15,32 @@
 
 static int failures = 0;
 
-#define CHECK(condition)                                                          \
-    do {                                                                          \
-        if (!(condition)) {                                                       \
+#define CHECK(condition)                                                            \
+    do {                                                                            \
+        if (!(condition)) {                                                         \
             fprintf(stderr, "%s:%d: failed: %s\n", __FILE__, __LINE__, #condition); \
-            ++failures;                                                           \
-        }                                                                         \
+            ++failures;                                                             \
+        }                                                                           \
     } while (0)
 
 /* An int result and the one expected, both shown when they differ. */
-#define CHECK_CODE(expression, expected)                                                   \
-    do {                                                                                   \
-        const int got_ = (expression);                                                     \
-        if (got_ != (expected)) {                                                          \
-            fprintf(stderr, "%s:%d: %s gave %d (%s), not %d\n", __FILE__, __LINE__,        \
-                    #expression, got_, verda_error_text(got_), (int)(expected));           \
-            ++failures;                                                                    \
-        }                                                                                  \
+#define CHECK_CODE(expression, expected)                                                         \
+    do {                                                                                         \
+        const int got_ = (expression);                                                           \
+        if (got_ != (expected)) {                                                                \
+            fprintf(stderr, "%s:%d: %s gave %d (%s), not %d\n", __FILE__, __LINE__, #expression, \
+                    got_, verda_error_text(got_), (int)(expected));                              \
+            ++failures;                                                                          \
+        }                                                                                        \
     } while (0)
 
-#define CHECK_TEXT(actual, expected)                                                            \
-    do {                                                                                        \
-        if (strcmp((actual), (expected)) != 0) {                                                \
-            fprintf(stderr, "%s:%d: %s is \"%s\", not \"%s\"\n", __FILE__, __LINE__, #actual,    \
-                    (actual), (expected));                                                      \
-            ++failures;                                                                         \
-        }                                                                                       \
+#define CHECK_TEXT(actual, expected)                                                          \
+    do {                                                                                      \
+        if (strcmp((actual), (expected)) != 0) {                                              \
+            fprintf(stderr, "%s:%d: %s is \"%s\", not \"%s\"\n", __FILE__, __LINE__, #actual, \
+                    (actual), (expected));                                                    \
+            ++failures;                                                                       \
+        }                                                                                     \
     } while (0)
 
 /* A handle connected to r over TCP by the name "localhost". */
@@ -58,13 +58,11 @@ static int sell(verda_device* d, const char* name, double price) {
     int slip = 0, doc = 0, shift = 0, fd = 0, closing_doc = 0, closing_shift = 0;
     char status = 0, sign[32];
     double rest = 0;
-    CHECK_CODE(verda_OpenFiscalInv(d, 1, "1", 1, 0, "", "", "", "", &slip, &doc, &shift),
-               VERDA_OK);
+    CHECK_CODE(verda_OpenFiscalInv(d, 1, "1", 1, 0, "", "", "", "", &slip, &doc, &shift), VERDA_OK);
     CHECK_CODE(verda_RegisterSale(d, name, '1', price, 1, 0, 1, '0', 0, 0, 0, 0, 0, &slip),
                VERDA_OK);
     CHECK_CODE(verda_Total(d, 0, price, '1', &status, &rest, &slip), VERDA_OK);
-    CHECK_CODE(verda_CloseFiscalInv(d, &slip, &fd, sign, sizeof sign, &closing_doc,
-                                    &closing_shift),
+    CHECK_CODE(verda_CloseFiscalInv(d, &slip, &fd, sign, sizeof sign, &closing_doc, &closing_shift),
                VERDA_OK);
     CHECK(sign[0] != '\0');
     return doc;
@@ -123,17 +121,15 @@ static void whole_shift(void) {
 
     int report = 0, report_fd = 0, report_sign = 0;
     double figures[24];
-    CHECK_CODE(verda_PrintReport(d, 'Z', &report, &report_fd, &report_sign, &figures[0],
-                                 &figures[1], &figures[2], &figures[3], &figures[4], &figures[5],
-                                 &figures[6], &figures[7], &figures[8], &figures[9], &figures[10],
-                                 &figures[11], &figures[12], &figures[13], &figures[14],
-                                 &figures[15], &figures[16], &figures[17], &figures[18],
-                                 &figures[19], &figures[20], &figures[21], &figures[22],
-                                 &figures[23]),
+    CHECK_CODE(verda_PrintReport(
+                   d, 'Z', &report, &report_fd, &report_sign, &figures[0], &figures[1], &figures[2],
+                   &figures[3], &figures[4], &figures[5], &figures[6], &figures[7], &figures[8],
+                   &figures[9], &figures[10], &figures[11], &figures[12], &figures[13],
+                   &figures[14], &figures[15], &figures[16], &figures[17], &figures[18],
+                   &figures[19], &figures[20], &figures[21], &figures[22], &figures[23]),
                VERDA_OK);
-    CHECK(report == 1 && figures[0] + figures[1] + figures[2] + figures[3] + figures[4] +
-                                 figures[5] ==
-                             45.5);
+    CHECK(report == 1 &&
+          figures[0] + figures[1] + figures[2] + figures[3] + figures[4] + figures[5] == 45.5);
     bool open = true, old = true;
     int opened = 0;
     CHECK_CODE(verda_GetStatusShift(d, &open, &old, &opened), VERDA_OK);
@@ -192,8 +188,7 @@ static void bad_input(void) {
     char open = 0;
     double amount = 0, paid = 0;
     CHECK_CODE(verda_OpenShift(d, 1, "1", 1, "", "", "", "", &number, &doc, &shift), VERDA_OK);
-    CHECK_CODE(verda_OpenFiscalInv(d, 1, "1", 1, 0, "", "", "", "", &slip, &doc, &shift),
-               VERDA_OK);
+    CHECK_CODE(verda_OpenFiscalInv(d, 1, "1", 1, 0, "", "", "", "", &slip, &doc, &shift), VERDA_OK);
 
     static const struct {
         const char* name; /* a sale's name */
@@ -208,8 +203,7 @@ static void bad_input(void) {
         {"a\nb", VERDA_NOT_IN_CODE_PAGE},
     };
     for (size_t i = 0; i < sizeof names / sizeof names[0]; ++i)
-        CHECK_CODE(verda_RegisterSale(d, names[i].name, '1', 1, 1, 0, 1, '0', 0, 0, 0, 0, 0,
-                                      &slip),
+        CHECK_CODE(verda_RegisterSale(d, names[i].name, '1', 1, 1, 0, 1, '0', 0, 0, 0, 0, 0, &slip),
                    names[i].code);
     /* An as-is text carries what CP866 has, № too, but no emoji. */
     CHECK_CODE(verda_DisplayLower(d, "№ 5 ░"), VERDA_OK);
@@ -228,8 +222,7 @@ static void bad_input(void) {
     CHECK_CODE(verda_set_log_dir(d, "/nonexistent/folder"), VERDA_INVALID_ARGUMENT);
 
     /* Nothing of the above reached the register: the receipt has no line. */
-    CHECK_CODE(verda_FiscalTransactionsStatus(d, &open, &number, &items, &amount, &paid),
-               VERDA_OK);
+    CHECK_CODE(verda_FiscalTransactionsStatus(d, &open, &number, &items, &amount, &paid), VERDA_OK);
     CHECK(items == 0);
 
     /* "ВЕРДА 35V-Ф" does not fit 8 bytes: "ВЕР" and its NUL, uncut letters. */
@@ -349,7 +342,8 @@ static void two_registers(void) {
 
     verda_device* shared = connect_tcp(registers[0]);
     struct worker askers[2] = {{shared, 50, 0, 0, 0}, {shared, 50, 0, 0, 0}};
-    for (int i = 0; i < 2; ++i) CHECK(pthread_create(&threads[i], NULL, ask_often, &askers[i]) == 0);
+    for (int i = 0; i < 2; ++i)
+        CHECK(pthread_create(&threads[i], NULL, ask_often, &askers[i]) == 0);
     for (int i = 0; i < 2; ++i) pthread_join(threads[i], NULL);
     CHECK(askers[0].failures_seen == 0 && askers[1].failures_seen == 0);
     verda_device_free(shared);
@@ -379,8 +373,9 @@ int main(int argc, char** argv) {
         const char* name;
         void (*run)(void);
     } cases[] = {
-        {"whole_shift", whole_shift}, {"refusals", refusals},         {"bad_input", bad_input},
-        {"by_name", by_name},         {"two_registers", two_registers}, {"serial_line", serial_line},
+        {"whole_shift", whole_shift},     {"refusals", refusals},
+        {"bad_input", bad_input},         {"by_name", by_name},
+        {"two_registers", two_registers}, {"serial_line", serial_line},
     };
     for (size_t i = 0; argc == 2 && i < sizeof cases / sizeof cases[0]; ++i) {
         if (strcmp(argv[1], cases[i].name) == 0) {
