@@ -97,7 +97,8 @@ typedef struct verda_device verda_device;
 
 /* A new handle, not connected: timeout 50, no log. NULL when out of memory. */
 verda_device* verda_device_new(void);
-/* Closes the handle's link first; NULL is allowed. */
+/* Closes the handle's link first; NULL is allowed. No call may be under way
+   on the handle, nor come after. */
 void verda_device_free(verda_device* d);
 
 /* Connects over TCP to host (a name or a numeric IPv4 address) and port

@@ -27,6 +27,7 @@ environment variable VERDA_LIBRARY.
 from __future__ import annotations
 
 import ctypes
+import os
 import threading
 
 from . import _call, _operations
@@ -109,7 +110,8 @@ class Device(Operations):
         return device
 
     @classmethod
-    def serial(cls, path: str, baud: int = 115200, timeout: int | None = None) -> Device:
+    def serial(cls, path: str | os.PathLike, baud: int = 115200,
+               timeout: int | None = None) -> Device:
         """A device on a serial line (8N1) at baud. timeout: in units of
         10 ms; None keeps the library's 50. Raises LinkError when the line
         cannot be opened."""
@@ -118,7 +120,7 @@ class Device(Operations):
             if timeout is not None:
                 device.set_timeout(timeout)
             device._check("verda_open_serial", library().verda_open_serial(
-                device._handle, _call.argument(_OPEN_SERIAL, _PATH, path),
+                device._handle, _call.argument(_OPEN_SERIAL, _PATH, os.fspath(path)),
                 _call.argument(_OPEN_SERIAL, _BAUD, baud)))
         except BaseException:
             device.close()
@@ -132,10 +134,11 @@ class Device(Operations):
         with self._lock:
             self._check("verda_set_timeout", library().verda_set_timeout(self._open(), value))
 
-    def set_log_dir(self, folder: str | None) -> None:
+    def set_log_dir(self, folder: str | os.PathLike | None) -> None:
         """Logs this device's exchanges to CorteliaVERDA.log in folder; None:
         no log (the default)."""
-        value = None if folder is None else _call.argument(_SET_LOG_DIR, _FOLDER, folder)
+        value = None if folder is None else _call.argument(_SET_LOG_DIR, _FOLDER,
+                                                            os.fspath(folder))
         with self._lock:
             self._check("verda_set_log_dir", library().verda_set_log_dir(self._open(), value))
 
@@ -159,8 +162,11 @@ class Device(Operations):
         self.close()
 
     def __del__(self) -> None:
-        if getattr(self, "_handle", None):
-            self.close()
+        try:
+            if getattr(self, "_handle", None):
+                self.close()
+        except Exception:  # the interpreter is shutting down
+            pass
 
     def _open(self):
         if self._handle is None:
