@@ -64,6 +64,8 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
         f.cUs = counter("c_us");
         f.pythonUs = counter("python_us");
         f.bareCUs = counter("bare_c_us");
+        f.cAddedUs = counter("added_us");
+        f.pythonAddedUs = counter("python_added_us");
         order_.push_back(run.benchmark_name());
         figures_.push_back(f);
     }
@@ -117,14 +119,13 @@ void SummaryReporter::printSummary() const {
                         "member us", "C us", "C adds", "Python us", "ctypes us", "Py adds",
                         "in all");
         header = true;
-        const double cAdds = c->cUs - c->memberUs;
+        const double cAdds = c->cAddedUs;
         std::printf("%-16s %10.1f %10.1f %8.2f", op, c->memberUs, c->cUs, cAdds);
         // Python over the bare C call (in turns in one process), plus the C
         // function over the member.
         if (python != nullptr && python->pythonUs > 0)
             std::printf(" %10.1f %10.1f %8.1f %9.1f", python->pythonUs, python->bareCUs,
-                        python->pythonUs - python->bareCUs,
-                        python->pythonUs - python->bareCUs + cAdds);
+                        python->pythonAddedUs, python->pythonAddedUs + cAdds);
         std::printf("\n");
     }
     std::fflush(stdout);

@@ -41,7 +41,9 @@ class SummaryReporter : public benchmark::ConsoleReporter {
         double memberUs = 0;  // medians of one call: the member, the C function, Python
         double cUs = 0;
         double pythonUs = 0;
-        double bareCUs = 0;  // the C function through ctypes, in turns with Python's
+        double bareCUs = 0;   // the C function through ctypes, in turns with Python's
+        double cAddedUs = 0;  // medians of what one round's second layer took more
+        double pythonAddedUs = 0;
     };
     std::vector<std::string> order_;
     std::vector<Figures> figures_;

@@ -1139,7 +1139,7 @@ const verda_parameter kOpenFiscalInv[] = {
 const verda_parameter kSetFiscalInvParam[] = {
     {"Type", "int", VERDA_TYPE_INT, VERDA_IN, "", "parameter selector, sent as a number"},
     {"Data", "std::string", VERDA_TYPE_TEXT, VERDA_IN, "fromASCIItoDOS",
-     "parameter value: 16 bytes unconverted for type 0, 64 for type 1, else 128 converted"},
+     "parameter value: 128 bytes converted; for type 0 (16 bytes) and 1 (64) unconverted, so ASCII there"},
 };
 
 const verda_parameter kCloseFiscalInv[] = {

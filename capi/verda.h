@@ -36,9 +36,10 @@
        VERDA_BUFFER_TOO_SMALL when the operation itself succeeded; the other
        outputs are set all the same.
    After the operation has run, every text output is written, also when it
-   failed (empty then, unless the reference says otherwise); the numeric
-   outputs behave as the member's do, which clears some before the exchange
-   and leaves others as the caller had them (see docs/c-api.md).
+   failed (empty then, but for the catalogue text of verda_ReadingError); the
+   numeric outputs behave as the member's do, which clears some before the
+   exchange and leaves others as the caller had them (docs/api.md tells which
+   for each operation).
 
    Text. Each text travels in the form its member takes or gives (the
    reference names it per parameter), and the interface converts between

@@ -1758,8 +1758,8 @@ class Operations:
 
         Args:
             type: parameter selector, sent as a number
-            data: parameter value: 16 bytes unconverted for type 0, 64 for type 1, else 128
-                converted
+            data: parameter value: 128 bytes converted; for type 0 (16 bytes) and 1 (64)
+                unconverted, so ASCII there
         """
         return self._call(_SET_FISCAL_INV_PARAM, (type, data))
 
