@@ -27,7 +27,7 @@
    Parameters of an operation are the member's, in its order:
      - a text input (std::string) is const char*, NUL-terminated UTF-8;
      - int, double and char inputs are passed as they are; a char is one raw
-       byte of the request ('1' sends 0x31), unless its line says "a number";
+       byte of the request ('1' sends 0x31);
      - int*, double*, char*, bool* and long* are outputs (inout where the
        reference says so), never NULL;
      - a text output is two parameters, char* Name and size_t Name_size: the
