@@ -34,8 +34,9 @@ libdir=$(dirname "$(dirname "$pcfile")")
 # pkg-config reads the unpacked file and puts the scratch root before its paths.
 export PKG_CONFIG_PATH=$(dirname "$pcfile") PKG_CONFIG_LIBDIR=$(dirname "$pcfile")
 export PKG_CONFIG_SYSROOT_DIR=$work/root
-[ -L "$libdir/libCorteliaVERDA.so" ] && [ -L "$libdir/libCorteliaVERDA.so.1" ] || {
-  echo "check-installed: libCorteliaVERDA.so and .so.1 links missing in $libdir" >&2; exit 1; }
+major=$(cache CMAKE_PROJECT_VERSION_MAJOR)
+[ -L "$libdir/libCorteliaVERDA.so" ] && [ -L "$libdir/libCorteliaVERDA.so.$major" ] || {
+  echo "check-installed: libCorteliaVERDA.so and .so.$major links missing in $libdir" >&2; exit 1; }
 
 include=$usr/include/CorteliaVERDA
 for internal in device/Command.h api/Globals.h capi/Wrapper.h; do
