@@ -14,16 +14,16 @@ const unsigned int kResynchronisePause = 20000;  // us, after dropping bytes
 
 }  // namespace
 
-// The header is read as far as the command word before the frame need be
-// that long, so it starts zero, as the rest of the buffer reads once written.
+// The command word of a frame held in six to nine bytes is read before all
+// of it has come; those bytes read as zeros, as in a buffer zeroed when the
+// exchange begins. Beyond the header, nothing is read before it is written.
 ReplyScanner::ReplyScanner(unsigned char* buffer, std::size_t capacity)
     : buffer_(buffer), capacity_(capacity) {
     std::memset(buffer_, 0, kDataOffset);
 }
 
-// Bytes past the total are never read before they are written, so wiping
-// only the stretch written since the last wipe keeps the whole buffer zero
-// without touching all of it on every send.
+// Wiping only the stretch written since the last wipe leaves the buffer as a
+// whole wipe would, without touching all of it on every send.
 void ReplyScanner::wipe() {
     std::memset(buffer_, 0, written_);
     written_ = 0;
