@@ -7,6 +7,8 @@ namespace wire {
 namespace {
 
 const std::size_t kShortestRequest = 10;  // counted bytes of a request without data
+// Not examined by the driver: the register's own choice.
+const unsigned char kReplySeparator = 0x04;
 
 const unsigned char* bytesOf(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());

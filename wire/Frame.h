@@ -23,7 +23,6 @@ const unsigned char kPostamble = 0x05;
 const unsigned char kTerminator = 0x03;
 const unsigned char kNak = 0x15;
 const unsigned char kSyn = 0x16;
-const unsigned char kReplySeparator = 0x04;    // what the simulated register sends
 const unsigned int kRequestLengthBias = 0x2A;  // n + 10 counted bytes + 0x20
 const unsigned int kReplyLengthBias = 0x33;    // n + 19 counted bytes + 0x20
 const unsigned int kLengthBias = 0x20;
