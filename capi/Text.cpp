@@ -6,11 +6,11 @@
 
 #include "capi/Wrapper.h"
 #include "common/Cp866.h"
-#include "device/Frame.h"
+#include "wire/Frame.h"
 
 // A reply's data is at most what its 16-bit length word leaves beside the
 // header; a CP866 byte is at most three bytes of UTF-8.
-static_assert(VERDA_TEXT_MAX == 3 * (0xFFFF - frame::kReplyLengthBias) + 1,
+static_assert(VERDA_TEXT_MAX == 3 * (0xFFFF - wire::kReplyLengthBias) + 1,
               "VERDA_TEXT_MAX holds the longest reply field in UTF-8");
 
 namespace capi {
