@@ -49,6 +49,7 @@ tail -n0 -F "$work/paper" 2>/dev/null > >(sed -u 's/^/     paper | /') &
 pids+=($!)
 "$build/cli/verda" log -f -n 0 "$log" > >(sed -u 's/^/       log | /') &
 pids+=($!)
+sleep 0.5  # the followers have read to the end before the first command writes
 
 verda() {
   echo
@@ -58,7 +59,7 @@ verda() {
 }
 
 verda info
-verda shift open
+verda shift open --cashier 'Иванова А. В.'
 verda receipt 'Хлеб ржаной=45.50x2' 'Молоко 3,2%=89.90' 'Сыр=412.30x0.35:2' \
   --discount 5% --pay cash:1000
 verda x-report
