@@ -147,6 +147,8 @@ int run(const std::vector<std::string>& args, Environment& env) {
     addTextCommands(commands);
     addLogCommands(commands);
     addHelpCommand(commands, app);
+    // Added after the commands, so that it is the tool's alone.
+    app.set_help_all_flag("--help-all", "this text and the help of every command");
 
     std::string command;  // the command given, for the pointer to its help
     auto given = [&app] {
@@ -159,6 +161,9 @@ int run(const std::vector<std::string>& args, Environment& env) {
             app.parse(reversed);
         } catch (const CLI::CallForHelp&) {
             env.out << app.help();
+            return kSuccess;
+        } catch (const CLI::CallForAllHelp&) {
+            env.out << app.help("", CLI::AppFormatMode::All);
             return kSuccess;
         } catch (const CLI::ExtrasError&) {
             command = given();

@@ -21,18 +21,29 @@ class Formatter : public CLI::Formatter {
     // The head of app's help: "Usage: ..." lines and what it does.
     void head(const CLI::App* app, std::string text) { heads_[app] = std::move(text); }
 
-    std::string make_help(const CLI::App* app, std::string, CLI::AppFormatMode) const override {
+    // With --help-all (CLI11's mode All), each command's help follows the
+    // overview: what the man page shows.
+    std::string make_help(const CLI::App* app, std::string,
+                          CLI::AppFormatMode mode) const override {
+        std::string out = body(app);
+        if (mode == CLI::AppFormatMode::All)
+            for (const CLI::App* command : app->get_subcommands({})) out += "\n\n" + body(command);
+        const std::string footer = make_footer(app);
+        return out + (footer.empty() ? "\n" : "\n\n" + footer);
+    }
+
+  private:
+    // The head and the lists, without the footer or a final newline.
+    std::string body(const CLI::App* app) const {
         const auto found = heads_.find(app);
         std::string out = found == heads_.end() ? std::string() : found->second;
         out += make_positionals(app);
         out += make_groups(app, CLI::AppFormatMode::Normal);
         out += make_subcommands(app, CLI::AppFormatMode::Normal);
         out.erase(out.find_last_not_of('\n') + 1);
-        const std::string footer = make_footer(app);
-        return out + (footer.empty() ? "\n" : "\n\n" + footer);
+        return out;
     }
 
-  private:
     std::map<const CLI::App*, std::string> heads_;
 };
 
