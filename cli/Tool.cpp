@@ -107,9 +107,11 @@ void option(CLI::App& command, const char* name, std::string& value, const char*
 
 void repeatable(CLI::App& command, const char* name, std::vector<std::string>& values,
                 const char* type, const std::string& what) {
+    // One value each time it is given: the words after it are operands.
     command.add_option(name, values, what)
         ->type_name(type)
-        ->type_size(1)
+        ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 

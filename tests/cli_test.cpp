@@ -368,8 +368,8 @@ class CliReceipt : public CliTest {
 
 TEST_F(CliReceipt, TheCommandLineBecomesTheRequests) {
     const CliResult result =
-        verda({"--tcp", address(), "receipt", "Хлеб=45.50x2", "Молоко=89,90:2:3", "--discount",
-               "10%", "--pay", "card:100", "--pay", "100"});
+        verda({"--tcp", address(), "receipt", "--pay", "card:100", "Хлеб=45.50x2", "--discount",
+               "10%", "Молоко=89,90:2:3", "--pay", "100"});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out,
