@@ -13,7 +13,7 @@
 
 #include "sim/Faults.h"
 #include "sim/Register.h"
-#include "sim/Wire.h"
+#include "wire/DeviceSide.h"
 
 namespace sim {
 
@@ -36,12 +36,12 @@ class Link {
     void dropPending() { reader_.clear(); }
 
   private:
-    void answer(const Frame& frame, std::vector<Chunk>& out);
+    void answer(const wire::Request& request, std::vector<Chunk>& out);
 
     Register& device_;
     Faults& faults_;
     std::function<void()> changed_;
-    FrameReader reader_;
+    wire::RequestReader reader_;
     // The last executed request (sequence, command, data) and its reply.
     // A repeat cannot outlive the connection, so neither is kept in the
     // state file.

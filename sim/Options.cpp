@@ -73,7 +73,9 @@ void declare(CLI::App& app, Options& o, Typed& t) {
          "JSON; a file of the older text form is converted");
     text("--model", t.model, "NAME", "model name (default \"ВЕРДА 35V-Ф\")");
     text("--firmware", t.firmware, "REV",
-         "firmware revision (default 944124; 944123 and below is\nthe older command set)");
+         "firmware revision (default 944124; 944123 takes the\n"
+         "shorter receipt fields, 944123 and below the short\n"
+         "article record)");
     text("--serial", o.serial, "TEXT", "serial number of a fresh register");
     text("--device-number", o.identity.deviceNumber, "TEXT", "device number");
     text("--fn-number", o.identity.fnNumber, "TEXT", "fiscal drive number");
