@@ -12,6 +12,7 @@ cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
 install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man \
+  libcli11-dev nlohmann-json3-dev \
   clang libclang-rt-14-dev libbenchmark-dev  # the last three: the fuzz target and the benchmarks
 
 jobs=${JOBS:-2}
