@@ -1,14 +1,12 @@
 #ifndef VERDA_CLI_ARGS_H
 #define VERDA_CLI_ARGS_H
 
-// The command line: the tool's global options, the options and operands of
-// one command, and the checked reading of numbers and amounts. Every check
-// here runs before anything is sent to the register.
+// The values of the command line, which CLI11 reads (cli/Tool.cpp): the
+// tool's global options, and the checked reading of numbers, amounts and
+// text. Every check here runs before anything is sent to the register.
 
-#include <map>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace cli {
 
@@ -19,45 +17,29 @@ struct UsageError : std::runtime_error {
 
 // The global options, before the command.
 struct Global {
-    std::string serial;             // --serial PATH
-    int baud = 115200;              // --baud N
-    std::string host;               // --tcp HOST:PORT, the host as a numeric IPv4 address
-    int port = 0;                   //
-    int timeoutMs = -1;             // --timeout MS; -1 keeps the library's default
-    bool verbose = false;           // --verbose: the library's own lines on standard error
-    bool help = false;              // --help
-    bool version = false;           // --version
-    std::string command;            // the command word, empty when none was given
-    std::vector<std::string> args;  // what follows the command word
+    std::string serial;    // --serial PATH
+    int baud = 115200;     // --baud N
+    std::string host;      // --tcp HOST:PORT, the host as given: a name or an IPv4 address
+    int port = 0;          //
+    int timeoutMs = -1;    // --timeout MS; -1 keeps the library's default
+    bool verbose = false;  // --verbose: the library's own lines on standard error
 
     bool hasTransport() const { return !serial.empty() || !host.empty(); }
 };
 
-// Reads the global options and the command word. Throws UsageError.
-Global parseGlobal(const std::vector<std::string>& argv);
-
-// The options and operands of one command.
-class CommandLine {
-  public:
-    // flags: options without a value; valued: options with one, which may be
-    // repeated. "--name=value" and "--name value" both work, "--" ends the
-    // options, and -h stands for --help.
-    CommandLine(const std::vector<std::string>& args, const std::vector<std::string>& flags,
-                const std::vector<std::string>& valued);
-
-    bool help() const { return has("--help"); }
-    bool has(const std::string& option) const { return options_.count(option) != 0; }
-    // The last value of a valued option, or fallback.
-    std::string value(const std::string& option, const std::string& fallback) const;
-    const std::vector<std::string>& values(const std::string& option) const;
-    const std::vector<std::string>& operands() const { return operands_; }
-    // Throws UsageError unless there are between least and most operands.
-    void expectOperands(size_t least, size_t most) const;
-
-  private:
-    std::map<std::string, std::vector<std::string>> options_;
-    std::vector<std::string> operands_;
+// The global options as typed; an empty text is one not given.
+struct GlobalText {
+    std::string serial, baud, tcp, timeout;
+    bool serialGiven = false, tcpGiven = false;
+    bool verbose = false;
 };
+
+// Checks the global options. Throws UsageError.
+Global checkGlobal(const GlobalText& typed);
+
+// The numeric IPv4 address of a host name or address, which is what the
+// library connects to. Empty, with a message in error, when it has none.
+std::string numericHost(const std::string& host, std::string& error);
 
 // A whole decimal number from low to high; what names it in a message.
 int toInt(const std::string& text, int low, int high, const std::string& what);

@@ -2,7 +2,6 @@
 // what state it is in.
 #include <ctime>
 
-#include "api/CorteliaVERDA.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Text.h"
@@ -11,20 +10,18 @@ namespace cli {
 
 namespace {
 
-void runCheck(Session& session, const CommandLine& line) {
-    line.expectOperands(0, 0);
-    session.connect(false);
-    session.check(VERDA::CheckConnection(), "CheckConnection");
+void runCheck(Session& session) {
+    VR35& driver = session.connect(false);
+    session.check(driver.CheckConnection(), "CheckConnection");
     session.out() << "the register answers\n";
 }
 
-void runInfo(Session& session, const CommandLine& line) {
-    line.expectOperands(0, 0);
-    session.connect();
+void runInfo(Session& session) {
+    VR35& driver = session.connect();
     std::string name, revision, date, time, checksum, software, number, places;
-    session.check(VERDA::DiagnosticInfo(name, revision, date, time, checksum, software, number),
+    session.check(driver.DiagnosticInfo(name, revision, date, time, checksum, software, number),
                   "DiagnosticInfo");
-    session.check(VERDA::Programming("DecimalPoint", "0", places), "Programming");
+    session.check(driver.Programming("DecimalPoint", "0", places), "Programming");
     printPairs(session.out(), {{"model", fromOneWay(name)},
                                {"firmware", fromCp866(revision)},
                                {"firmware date", fromCp866(date + " " + time)},
@@ -41,30 +38,29 @@ std::string bits(const std::string& picture) {
     return grouped;
 }
 
-void runStatus(Session& session, const CommandLine& line) {
-    line.expectOperands(0, 0);
-    session.connect();
+void runStatus(Session& session) {
+    VR35& driver = session.connect();
     std::string picture;
-    session.check(VERDA::GetStatusFP(picture), "GetStatusFP");
+    session.check(driver.GetStatusFP(picture), "GetStatusFP");
     bool shiftOpen = false, over24h = false;
     int minutes = 0;
-    session.check(VERDA::GetStatusShift(shiftOpen, over24h, minutes), "GetStatusShift");
+    session.check(driver.GetStatusShift(shiftOpen, over24h, minutes), "GetStatusShift");
     char kind = 0;
     int slip = 0, items = 0;
     double amount = 0, paid = 0;
-    session.check(VERDA::FiscalTransactionsStatus(kind, slip, items, amount, paid),
+    session.check(driver.FiscalTransactionsStatus(kind, slip, items, amount, paid),
                   "FiscalTransactionsStatus");
     // Selector "1" reads the drive's state; "0" would print a diagnostic.
     std::string version, drive, phase, driveShift, warnings, deadline, registrations;
     int shiftNumber = 0, receipts = 0, lastDocument = 0, firstUnsent = 0;
     session.check(
-        VERDA::GetStateFN('1', version, drive, phase, driveShift, warnings, deadline, registrations,
+        driver.GetStateFN('1', version, drive, phase, driveShift, warnings, deadline, registrations,
                           shiftNumber, receipts, lastDocument, firstUnsent),
         "GetStateFN");
     bool operatorShift = false, operator24h = false;
     int operatorShiftNumber = 0, documents = 0, unsent = 0, oldest = 0;
     std::string oldestTime;
-    session.check(VERDA::GetOFDandFNStatus(operatorShift, operator24h, operatorShiftNumber,
+    session.check(driver.GetOFDandFNStatus(operatorShift, operator24h, operatorShiftNumber,
                                            documents, unsent, oldest, oldestTime),
                   "GetOFDandFNStatus");
 
@@ -107,13 +103,12 @@ bool isDateTime(const std::string& text) {
     return true;
 }
 
-void runDateTime(Session& session, const CommandLine& line) {
-    line.expectOperands(0, 2);
-    const auto& operands = line.operands();
+void runDateTime(Session& session, const std::vector<std::string>& operands) {
+    expectOperands(operands, 0, 2);
     if (operands.empty()) {
-        session.connect();
+        VR35& driver = session.connect();
         std::string now;
-        session.check(VERDA::GetDateTime(now), "GetDateTime");
+        session.check(driver.GetDateTime(now), "GetDateTime");
         session.out() << fromCp866(now) << '\n';
         return;
     }
@@ -130,34 +125,33 @@ void runDateTime(Session& session, const CommandLine& line) {
         std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &local);
         wanted = text;
     }
-    session.connect();
-    session.check(VERDA::SetDateTime(wanted), "SetDateTime");
+    VR35& driver = session.connect();
+    session.check(driver.SetDateTime(wanted), "SetDateTime");
     session.out() << "the register's clock is set to " << wanted << '\n';
 }
 
-void runParam(Session& session, const CommandLine& line) {
-    const auto& operands = line.operands();
+void runParam(Session& session, const std::vector<std::string>& operands) {
     if (operands.empty()) throw UsageError("param get or param set?");
     const bool set = operands[0] == "set";
     if (!set && operands[0] != "get") throw UsageError("unknown param command " + operands[0]);
-    line.expectOperands(set ? 3 : 2, set ? 4 : 3);
+    expectOperands(operands, set ? 3 : 2, set ? 4 : 3);
     const std::string name = toText(operands[1], "parameter name");
     const bool indexed = operands.size() == (set ? 4u : 3u);
     const std::string index = indexed ? std::to_string(toInt(operands[2], 0, 9999, "index")) : "0";
     // An empty value would make the write a read.
     std::string value = set ? toText(operands.back(), "value") : std::string();
     if (set && value.empty()) throw UsageError("the value must not be empty");
-    session.connect();
-    session.check(VERDA::Programming(name, index, value), "Programming");
+    VR35& driver = session.connect();
+    session.check(driver.Programming(name, index, value), "Programming");
     if (set)
         session.out() << operands[1] << '[' << index << "] set\n";
     else
         session.out() << fromOneWay(value) << '\n';
 }
 
-void runError(Session& session, const CommandLine& line) {
-    line.expectOperands(1, 1);
-    const int code = toInt(line.operands()[0], -2147483647, 2147483647, "result code");
+void runError(Session& session, const std::vector<std::string>& operands) {
+    expectOperands(operands, 1, 1);
+    const int code = toInt(operands[0], -2147483647, 2147483647, "result code");
     // With a register given, it is asked for its own text first.
     if (session.global().hasTransport()) session.connect(false);
     const std::string text = session.explain(code);
@@ -167,58 +161,46 @@ void runError(Session& session, const CommandLine& line) {
 
 }  // namespace
 
-void addDeviceCommands(std::vector<Command>& table) {
-    table.push_back({"check",
-                     "does the register answer?",
-                     "Usage: verda --serial PATH|--tcp HOST:PORT check\n"
-                     "Asks the register whether it is there. Nothing is printed on paper.\n",
-                     {},
-                     {},
-                     runCheck});
-    table.push_back({"info",
-                     "model, firmware and decimal places",
-                     "Usage: verda ... info\n"
-                     "Initialises the register as a till does (decimal places, model, firmware)\n"
-                     "and shows what it reports about itself.\n",
-                     {},
-                     {},
-                     runInfo});
-    table.push_back({"status",
-                     "status bits, shift, open document, fiscal drive",
-                     "Usage: verda ... status\n"
-                     "Shows the status bits, the shift, the document in progress, the fiscal\n"
-                     "drive and the documents waiting for the fiscal data operator.\n",
-                     {},
-                     {},
-                     runStatus});
-    table.push_back({"datetime",
-                     "read or set the register's clock",
-                     "Usage: verda ... datetime\n"
-                     "       verda ... datetime set [\"DD.MM.YYYY HH:MM:SS\"]\n"
-                     "Shows the register's clock, or sets it to the given time or, without\n"
-                     "one, to this computer's local time.\n",
-                     {},
-                     {},
-                     runDateTime});
-    table.push_back({"param",
-                     "read or write a register parameter",
-                     "Usage: verda ... param get NAME [INDEX]\n"
-                     "       verda ... param set NAME [INDEX] VALUE\n"
-                     "Reads or writes a named parameter of the register, such as\n"
-                     "DecimalPoint, Dept_name, Header, Footer, PayName or OperName.\n"
-                     "INDEX defaults to 0; Dept_name 0 is department 1.\n",
-                     {},
-                     {},
-                     runParam});
-    table.push_back({"error",
-                     "the text for a result code",
-                     "Usage: verda [--serial PATH|--tcp HOST:PORT] error CODE\n"
-                     "Shows the text for a result code. With a register given, the register\n"
-                     "is asked first; without one, the library's catalogue answers.\n"
-                     "Exit status 1 when no text is known.\n",
-                     {},
-                     {},
-                     runError});
+void addDeviceCommands(Commands& commands) {
+    commands.add("check", "does the register answer?",
+                 "Usage: verda --serial PATH|--tcp HOST:PORT check\n"
+                 "Asks the register whether it is there. Nothing is printed on paper.\n",
+                 runCheck);
+    commands.add("info", "model, firmware and decimal places",
+                 "Usage: verda ... info\n"
+                 "Initialises the register as a till does (decimal places, model, firmware)\n"
+                 "and shows what it reports about itself.\n",
+                 runInfo);
+    commands.add("status", "status bits, shift, open document, fiscal drive",
+                 "Usage: verda ... status\n"
+                 "Shows the status bits, the shift, the document in progress, the fiscal\n"
+                 "drive and the documents waiting for the fiscal data operator.\n",
+                 runStatus);
+    auto words = std::make_shared<std::vector<std::string>>();
+    operands(commands.add("datetime", "read or set the register's clock",
+                          "Usage: verda ... datetime\n"
+                          "       verda ... datetime set [\"DD.MM.YYYY HH:MM:SS\"]\n"
+                          "Shows the register's clock, or sets it to the given time or, without\n"
+                          "one, to this computer's local time.\n",
+                          [words](Session& session) { runDateTime(session, *words); }),
+             *words);
+    words = std::make_shared<std::vector<std::string>>();
+    operands(commands.add("param", "read or write a register parameter",
+                          "Usage: verda ... param get NAME [INDEX]\n"
+                          "       verda ... param set NAME [INDEX] VALUE\n"
+                          "Reads or writes a named parameter of the register, such as\n"
+                          "DecimalPoint, Dept_name, Header, Footer, PayName or OperName.\n"
+                          "INDEX defaults to 0; Dept_name 0 is department 1.\n",
+                          [words](Session& session) { runParam(session, *words); }),
+             *words);
+    words = std::make_shared<std::vector<std::string>>();
+    operands(commands.add("error", "the text for a result code",
+                          "Usage: verda [--serial PATH|--tcp HOST:PORT] error CODE\n"
+                          "Shows the text for a result code. With a register given, the register\n"
+                          "is asked first; without one, the library's catalogue answers.\n"
+                          "Exit status 1 when no text is known.\n",
+                          [words](Session& session) { runError(session, *words); }),
+             *words);
 }
 
 }  // namespace cli

@@ -1,5 +1,4 @@
 // shift, receipt, cash-in and cash-out: the till's daily work.
-#include "api/CorteliaVERDA.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Text.h"
@@ -8,40 +7,51 @@ namespace cli {
 
 namespace {
 
-const std::vector<std::string> kOperatorOptions = {"--operator", "--password", "--cashier"};
-
-const char kOperatorHelp[] =
-    "  --operator N       the register's operator number (default 1)\n"
-    "  --password TEXT    the operator's password (default: the operator number)\n"
-    "  --cashier NAME     the cashier's name, printed on the document; the register\n"
-    "                     then works as its operator 30\n";
-
 // The operator who works the register: --operator and --password, or the
 // named cashier of --cashier.
+struct OperatorText {
+    std::string number = "1", password, cashier;
+};
+
+void declareOperator(CLI::App& command, OperatorText& op) {
+    option(command, "--operator", op.number, "N", "the register's operator number (default 1)");
+    option(command, "--password", op.password, "TEXT",
+           "the operator's password (default: the operator number)");
+    option(command, "--cashier", op.cashier, "NAME",
+           "the cashier's name, printed on the document; the\n"
+           "register then works as its operator 30");
+}
+
 struct Operator {
     int number;
     std::string password;
     std::string name;  // application text; when given, the library works as operator 30
 };
 
-Operator readOperator(const CommandLine& line) {
+Operator readOperator(const OperatorText& typed) {
     Operator op;
-    op.number = toInt(line.value("--operator", "1"), 1, 99, "--operator");
-    op.password = toText(line.value("--password", std::to_string(op.number)), "--password");
-    op.name = toText(line.value("--cashier", ""), "--cashier");
+    op.number = toInt(typed.number, 1, 99, "--operator");
+    op.password =
+        toText(typed.password.empty() ? std::to_string(op.number) : typed.password, "--password");
+    op.name = toText(typed.cashier, "--cashier");
     return op;
 }
 
-void runShift(Session& session, const CommandLine& line) {
-    line.expectOperands(1, 1);
-    if (line.operands()[0] != "open")
-        throw UsageError("unknown shift command " + line.operands()[0] +
+struct ShiftArgs {
+    std::vector<std::string> operands;
+    OperatorText op;
+};
+
+void runShift(Session& session, const ShiftArgs& args) {
+    expectOperands(args.operands, 1, 1);
+    if (args.operands[0] != "open")
+        throw UsageError("unknown shift command " + args.operands[0] +
                          " (a shift is closed by z-report)");
-    const Operator op = readOperator(line);
-    session.connect();
+    const Operator op = readOperator(args.op);
+    VR35& driver = session.connect();
     int document = 0, sign = 0, shift = 0;
     session.check(
-        VERDA::OpenShift(op.number, op.password, 1, "", "", op.name, "", document, sign, shift),
+        driver.OpenShift(op.number, op.password, 1, "", "", op.name, "", document, sign, shift),
         "OpenShift");
     printPairs(session.out(), {{"shift", std::to_string(shift)},
                                {"fiscal document", std::to_string(document)},
@@ -110,13 +120,13 @@ struct Adjustment {
     double value = 0;
 };
 
-Adjustment readAdjustment(const CommandLine& line) {
+Adjustment readAdjustment(const std::string& discount, const std::string& surcharge) {
     Adjustment a;
     for (const char* option : {"--discount", "--surcharge"}) {
-        if (!line.has(option)) continue;
+        std::string value = option[2] == 'd' ? discount : surcharge;
+        if (value.empty()) continue;
         if (a.kind != '0') throw UsageError("give --discount or --surcharge, not both");
-        std::string value = line.value(option, "");
-        const bool percent = !value.empty() && value.back() == '%';
+        const bool percent = value.back() == '%';
         if (percent) value.pop_back();
         a.value = toAmount(value, 2, option);
         if (percent && a.value > 100) throw UsageError(std::string(option) + ": above 100%");
@@ -137,44 +147,50 @@ int readReceiptType(const std::string& text) {
 // register is free again. After a lost link that would only wait out the
 // timeout once more, so the user is told instead.
 void abandon(Session& session, const Failure& failure) {
-    if (failure.code == kNoAnswer) {
+    if (failure.code == VERDA_EXCHANGE_FAILED) {
         session.err() << "verda: the receipt may still be open on the register\n";
         return;
     }
     int slip = 0;
-    if (VERDA::CancelFiscalInv(slip))
+    if (session.device().CancelFiscalInv(slip) == 0)
         session.err() << "verda: receipt " << slip << " cancelled\n";
     else
         session.err() << "verda: the receipt could not be cancelled\n";
 }
 
-void runReceipt(Session& session, const CommandLine& line) {
-    const Operator op = readOperator(line);
-    const char tax = toByte(line.value("--tax", "1"), "--tax");
-    const int department = toInt(line.value("--dept", "1"), 1, 99, "--dept");
-    const int type = readReceiptType(line.value("--type", "sale"));
-    const Adjustment adjustment = readAdjustment(line);
-    if (line.operands().empty()) throw UsageError("no sale lines");
-    std::vector<Item> items;
-    for (const std::string& arg : line.operands()) items.push_back(readItem(arg, tax, department));
-    std::vector<Payment> payments;
-    for (const std::string& arg : line.values("--pay")) payments.push_back(readPayment(arg));
+struct ReceiptArgs {
+    std::vector<std::string> lines, pay;
+    std::string discount, surcharge, tax = "1", dept = "1", type = "sale";
+    OperatorText op;
+};
 
-    session.connect();
+void runReceipt(Session& session, const ReceiptArgs& args) {
+    const Operator op = readOperator(args.op);
+    const char tax = toByte(args.tax, "--tax");
+    const int department = toInt(args.dept, 1, 99, "--dept");
+    const int type = readReceiptType(args.type);
+    const Adjustment adjustment = readAdjustment(args.discount, args.surcharge);
+    if (args.lines.empty()) throw UsageError("no sale lines");
+    std::vector<Item> items;
+    for (const std::string& arg : args.lines) items.push_back(readItem(arg, tax, department));
+    std::vector<Payment> payments;
+    for (const std::string& arg : args.pay) payments.push_back(readPayment(arg));
+
+    VR35& driver = session.connect();
     int slip = 0, document = 0, shift = 0;
-    session.check(VERDA::OpenFiscalInv(op.number, op.password, 1, type, "", "", op.name, "", slip,
+    session.check(driver.OpenFiscalInv(op.number, op.password, 1, type, "", "", op.name, "", slip,
                                        document, shift),
                   "OpenFiscalInv");
     Pairs shown;
     try {
         for (const Item& item : items) {
             int at = 0;
-            session.check(VERDA::RegisterSale(item.name, item.tax, item.price, item.quantity, 0,
+            session.check(driver.RegisterSale(item.name, item.tax, item.price, item.quantity, 0,
                                               item.department, '0', 0, 0, 0, 0, 0, at),
                           "RegisterSale");
         }
         double total = 0, taxes[6] = {0};
-        session.check(VERDA::Subtotal('1', '0', adjustment.kind, adjustment.value, slip, total,
+        session.check(driver.Subtotal('1', '0', adjustment.kind, adjustment.value, slip, total,
                                       taxes[0], taxes[1], taxes[2], taxes[3], taxes[4], taxes[5]),
                       "Subtotal");
         shown.push_back({"total", money(total)});
@@ -183,8 +199,7 @@ void runReceipt(Session& session, const CommandLine& line) {
         char status = ' ';
         double left = 0;
         for (const Payment& payment : payments) {
-            session.check(VERDA::Total(static_cast<char>(payment.mode), payment.amount, '1', status,
-                                       left, slip),
+            session.check(driver.Total(payment.mode, payment.amount, '1', status, left, slip),
                           "Total");
             shown.push_back({payment.mode == 0   ? "cash"
                              : payment.mode == 1 ? "card"
@@ -204,7 +219,7 @@ void runReceipt(Session& session, const CommandLine& line) {
     }
     int fiscalDocument = 0;
     std::string sign;
-    session.check(VERDA::CloseFiscalInv(slip, fiscalDocument, sign, document, shift),
+    session.check(driver.CloseFiscalInv(slip, fiscalDocument, sign, document, shift),
                   "CloseFiscalInv");
     shown.insert(shown.begin(), {"receipt", std::to_string(slip)});
     shown.push_back({"fiscal document", std::to_string(fiscalDocument)});
@@ -214,87 +229,71 @@ void runReceipt(Session& session, const CommandLine& line) {
 }
 
 // cash-in and cash-out: the register's kind "0" puts cash in, "1" takes it out.
-void runCash(Session& session, const CommandLine& line, char kind) {
-    line.expectOperands(1, 1);
-    const double amount = toAmount(line.operands()[0], 2, "amount");
+void runCash(Session& session, const std::vector<std::string>& operands, char kind) {
+    expectOperands(operands, 1, 1);
+    const double amount = toAmount(operands[0], 2, "amount");
     if (amount == 0) throw UsageError("the amount must not be 0");
-    session.connect();
+    VR35& driver = session.connect();
     double cash = 0, in = 0, out = 0;
-    session.check(VERDA::ParishOrConsumption(kind, amount, cash, in, out), "ParishOrConsumption");
+    session.check(driver.ParishOrConsumption(kind, amount, cash, in, out), "ParishOrConsumption");
     printPairs(session.out(), {{"cash in the drawer", money(cash)},
                                {"put in this shift", money(in)},
                                {"taken out this shift", money(out)}});
 }
 
-void runCashIn(Session& session, const CommandLine& line) {
-    runCash(session, line, '0');
-}
-
-void runCashOut(Session& session, const CommandLine& line) {
-    runCash(session, line, '1');
-}
-
-std::vector<std::string> withOperator(std::vector<std::string> options) {
-    options.insert(options.end(), kOperatorOptions.begin(), kOperatorOptions.end());
-    return options;
-}
-
-const std::string kShiftHelp = std::string(
-                                   "Usage: verda ... shift open [OPTIONS]\n"
-                                   "Opens a shift and shows its number and fiscal document.\n"
-                                   "A shift is closed by z-report.\n"
-                                   "\n"
-                                   "Options:\n") +
-                               kOperatorHelp;
-
-const std::string kReceiptHelp =
-    std::string(
-        "Usage: verda ... receipt [OPTIONS] LINE...\n"
-        "Sells a receipt: opens it, registers the sale lines, applies a discount,\n"
-        "takes the payments and closes it. Shows the receipt's number, total,\n"
-        "payments, change and fiscal document. A receipt the register refuses half\n"
-        "way is cancelled.\n"
-        "\n"
-        "LINE is NAME=PRICE[xQTY][:TAX[:DEPT]], for example\n"
-        "  'Хлеб=45.50'  'Молоко=89.90x2'  'Яблоки=120x1.255:2'  'Кофе=250:1:3'\n"
-        "\n"
-        "Options:\n"
-        "  --pay [MODE:]AMOUNT  a payment; MODE is cash (default), card or the\n"
-        "                       register's number 0 to 5; repeat for several.\n"
-        "                       Without --pay the total is paid in cash.\n"
-        "  --discount VALUE     a discount on the receipt: a sum, or a percentage\n"
-        "                       such as 10%\n"
-        "  --surcharge VALUE    a surcharge, the same way\n"
-        "  --tax CODE           tax code of lines without one (default 1)\n"
-        "  --dept N             department of lines without one (default 1)\n"
-        "  --type TYPE          sale (default), return, purchase or purchase-return\n") +
-    kOperatorHelp;
-
 }  // namespace
 
-void addSellingCommands(std::vector<Command>& table) {
-    table.push_back({"shift", "open a shift", kShiftHelp.c_str(), {}, kOperatorOptions, runShift});
-    table.push_back(
-        {"receipt",
-         "sell a receipt: lines, discount, payments",
-         kReceiptHelp.c_str(),
-         {},
-         withOperator({"--pay", "--discount", "--surcharge", "--tax", "--dept", "--type"}),
-         runReceipt});
-    table.push_back({"cash-in",
-                     "put cash into the drawer",
-                     "Usage: verda ... cash-in AMOUNT\n"
-                     "Books cash put into the drawer and shows the drawer's cash.\n",
-                     {},
-                     {},
-                     runCashIn});
-    table.push_back({"cash-out",
-                     "take cash out of the drawer",
-                     "Usage: verda ... cash-out AMOUNT\n"
-                     "Books cash taken out of the drawer and shows the drawer's cash.\n",
-                     {},
-                     {},
-                     runCashOut});
+void addSellingCommands(Commands& commands) {
+    auto shift = std::make_shared<ShiftArgs>();
+    CLI::App& shiftCommand =
+        commands.add("shift", "open a shift",
+                     "Usage: verda ... shift open [OPTIONS]\n"
+                     "Opens a shift and shows its number and fiscal document.\n"
+                     "A shift is closed by z-report.\n",
+                     [shift](Session& session) { runShift(session, *shift); });
+    operands(shiftCommand, shift->operands);
+    declareOperator(shiftCommand, shift->op);
+
+    auto receipt = std::make_shared<ReceiptArgs>();
+    CLI::App& receiptCommand =
+        commands.add("receipt", "sell a receipt: lines, discount, payments",
+                     "Usage: verda ... receipt [OPTIONS] LINE...\n"
+                     "Sells a receipt: opens it, registers the sale lines, applies a discount,\n"
+                     "takes the payments and closes it. Shows the receipt's number, total,\n"
+                     "payments, change and fiscal document. A receipt the register refuses half\n"
+                     "way is cancelled.\n"
+                     "\n"
+                     "LINE is NAME=PRICE[xQTY][:TAX[:DEPT]], for example\n"
+                     "  'Хлеб=45.50'  'Молоко=89.90x2'  'Яблоки=120x1.255:2'  'Кофе=250:1:3'\n",
+                     [receipt](Session& session) { runReceipt(session, *receipt); });
+    operands(receiptCommand, receipt->lines);
+    repeatable(receiptCommand, "--pay", receipt->pay, "[MODE:]AMOUNT",
+               "a payment; MODE is cash (default), card or the\n"
+               "register's number 0 to 5; repeat for several.\n"
+               "Without --pay the total is paid in cash.");
+    option(receiptCommand, "--discount", receipt->discount, "VALUE",
+           "a discount on the receipt: a sum, or a percentage\nsuch as 10%");
+    option(receiptCommand, "--surcharge", receipt->surcharge, "VALUE", "a surcharge, the same way");
+    option(receiptCommand, "--tax", receipt->tax, "CODE",
+           "tax code of lines without one (default 1)");
+    option(receiptCommand, "--dept", receipt->dept, "N",
+           "department of lines without one (default 1)");
+    option(receiptCommand, "--type", receipt->type, "TYPE",
+           "sale (default), return, purchase or purchase-return");
+    declareOperator(receiptCommand, receipt->op);
+
+    auto amount = std::make_shared<std::vector<std::string>>();
+    operands(commands.add("cash-in", "put cash into the drawer",
+                          "Usage: verda ... cash-in AMOUNT\n"
+                          "Books cash put into the drawer and shows the drawer's cash.\n",
+                          [amount](Session& session) { runCash(session, *amount, '0'); }),
+             *amount);
+    amount = std::make_shared<std::vector<std::string>>();
+    operands(commands.add("cash-out", "take cash out of the drawer",
+                          "Usage: verda ... cash-out AMOUNT\n"
+                          "Books cash taken out of the drawer and shows the drawer's cash.\n",
+                          [amount](Session& session) { runCash(session, *amount, '1'); }),
+             *amount);
 }
 
 }  // namespace cli

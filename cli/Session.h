@@ -1,15 +1,18 @@
 #ifndef VERDA_CLI_SESSION_H
 #define VERDA_CLI_SESSION_H
 
-// One run of the tool against the register: the link, opened on first use
-// and closed at the end, the checking of each library call, and the output
-// streams.
+// One run of the tool against the register: its own driver object, the link,
+// opened on first use and closed at the end, the checking of each
+// operation's result code, and the output streams.
 
 #include <functional>
+#include <memory>
 #include <ostream>
 #include <string>
 
+#include "api/ResultCodes.h"
 #include "cli/Args.h"
+#include "device/VR35.h"
 
 namespace cli {
 
@@ -21,17 +24,15 @@ enum ExitCode {
     kLinkFailure = 3,  // the port cannot be opened, or the register does not answer
 };
 
-const int kNoAnswer = 100001;  // the library's code for a failed exchange
-
-// A library call that failed, or a link that cannot be opened.
+// An operation that failed, or a link that cannot be opened.
 struct Failure {
-    std::string operation;  // the library function, for the message
+    std::string operation;  // the driver's operation, for the message
     int code;               // its result code
     std::string message;    // set instead of the code's text when there is no code
 };
 
-// What the tool runs in. main() gives the process's streams; tests give
-// string streams and hooks of their own.
+// What the tool runs in. main() gives the process's streams and the user's
+// home; tests give string streams, hooks and a folder of their own.
 struct Environment {
     std::ostream& out;
     std::ostream& err;
@@ -39,9 +40,14 @@ struct Environment {
     // Called once the global options are read: main() sends the library's own
     // lines on standard output to standard error, or nowhere unless verbose.
     std::function<void(bool verbose)> libraryOutput;
-    // Called after VERDA::Init, before the link opens.
-    std::function<void()> afterInit;
+    // The folder of the library's log, with a trailing "/": the user's home
+    // directory, as VERDA::Init sets it (see userHome).
+    std::string home;
 };
+
+// The home directory of the real user with a trailing "/", where the
+// library keeps its log: "/" alone for a user without one.
+std::string userHome();
 
 class Session {
   public:
@@ -52,16 +58,21 @@ class Session {
 
     std::ostream& out() { return env_.out; }
     std::ostream& err() { return env_.err; }
+    const Environment& environment() const { return env_; }
     const Global& global() const { return global_; }
 
-    // Opens the link on first use and, with init, runs PrinterInit, which the
-    // library needs before documents (firmware and model decide the form of
-    // several requests). Throws UsageError without a transport, Failure when
-    // the link cannot be opened.
-    void connect(bool init = true);
+    // The tool's driver, made on first use with its log in the environment's
+    // home, as VERDA::Init makes the library's own.
+    VR35& device();
 
-    // Throws Failure with the last result code unless ok.
-    void check(bool ok, const char* operation);
+    // Opens the link on first use and, with init, runs PrinterInit, which the
+    // driver needs before documents (firmware and model decide the form of
+    // several requests). Throws UsageError without a transport, Failure when
+    // the host is unknown or the link cannot be opened.
+    VR35& connect(bool init = true);
+
+    // Throws Failure with code unless it is 0.
+    void check(int code, const char* operation);
 
     // The text for a result code, through ReadingError: the register's own
     // when the link works, else the library's catalogue. Empty when neither
@@ -73,12 +84,11 @@ class Session {
     void longRun(const std::string& label, const std::function<void()>& work);
 
   private:
-    void initialise();  // VERDA::Init, once
     void closeLink();
 
     Environment& env_;
     Global global_;
-    bool initialised_ = false;
+    std::unique_ptr<VR35> device_;
     bool opened_ = false;
     bool linkFailed_ = false;  // the last exchange failed
 };

@@ -20,11 +20,8 @@ namespace cli {
 // or holds a character the register cannot print.
 bool toApplication(const std::string& utf8, std::string& text, std::string& error);
 
-// Device text in the one-way form back to UTF-8. A byte 0x90..0xBF came from
-// D0 xx (А to п) and 0x80..0x8F from D1 xx (р to я); the lead byte is put
-// back. 0x97 is also the register's mark for DEL, which no text holds, so it
-// is read as З. A text with any byte from 0xC0 on cannot be in that form and
-// is proper UTF-8 already (the library's own catalogue texts): it is kept.
+// Device text in the one-way form back to UTF-8, and the library's own
+// catalogue texts (UTF-8 already) kept, as readable::toUtf8 reads them.
 // Control characters become "?".
 std::string fromOneWay(const std::string& text);
 

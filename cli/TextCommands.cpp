@@ -1,5 +1,4 @@
 // text: a service document of free lines.
-#include "api/CorteliaVERDA.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 
@@ -25,53 +24,55 @@ std::vector<std::string> wrap(const std::string& text) {
     return lines;
 }
 
-void runText(Session& session, const CommandLine& line) {
-    if (line.operands().empty()) throw UsageError("no lines");
+struct TextArgs {
+    std::vector<std::string> lines;
+    bool bold = false, tall = false, center = false, right = false;
+};
+
+void runText(Session& session, const TextArgs& args) {
+    if (args.lines.empty()) throw UsageError("no lines");
     // The register's format bytes: "1" sets bold or double height; alignment
     // "0" left, "1" centre, "2" right.
-    const char bold = line.has("--bold") ? '1' : '0';
-    const char tall = line.has("--double") ? '1' : '0';
-    const char alignment = line.has("--center") ? '1' : line.has("--right") ? '2' : '0';
-    if (line.has("--center") && line.has("--right"))
-        throw UsageError("give --center or --right, not both");
+    const char bold = args.bold ? '1' : '0';
+    const char tall = args.tall ? '1' : '0';
+    const char alignment = args.center ? '1' : args.right ? '2' : '0';
+    if (args.center && args.right) throw UsageError("give --center or --right, not both");
     std::vector<std::string> lines;
-    for (const std::string& arg : line.operands())
+    for (const std::string& arg : args.lines)
         for (const std::string& one : wrap(toText(arg, "line"))) lines.push_back(one);
 
-    session.connect();
+    VR35& driver = session.connect();
     int slip = 0;
-    session.check(VERDA::OpenServiceInv('0', slip), "OpenServiceInv");
+    session.check(driver.OpenServiceInv('0', slip), "OpenServiceInv");
     try {
         for (const std::string& one : lines)
             session.check(
-                VERDA::PrintFreeTextInServiceInv(one, bold, '0', tall, '0', alignment, '0'),
+                driver.PrintFreeTextInServiceInv(one, bold, '0', tall, '0', alignment, '0'),
                 "PrintFreeTextInServiceInv");
     } catch (const Failure& failure) {
         // The document is closed, so that the register is free again.
-        if (failure.code != kNoAnswer) VERDA::CloseServiceInv(slip);
+        if (failure.code != VERDA_EXCHANGE_FAILED) driver.CloseServiceInv(slip);
         throw;
     }
-    session.check(VERDA::CloseServiceInv(slip), "CloseServiceInv");
+    session.check(driver.CloseServiceInv(slip), "CloseServiceInv");
     session.out() << "document " << slip << " printed, " << lines.size() << " lines\n";
 }
 
 }  // namespace
 
-void addTextCommands(std::vector<Command>& table) {
-    table.push_back({"text",
-                     "print a service document of free text",
+void addTextCommands(Commands& commands) {
+    auto text = std::make_shared<TextArgs>();
+    CLI::App& command =
+        commands.add("text", "print a service document of free text",
                      "Usage: verda ... text [OPTIONS] LINE...\n"
                      "Prints a non-fiscal document with the given lines; a line longer than\n"
-                     "the paper is wrapped.\n"
-                     "\n"
-                     "Options:\n"
-                     "  --bold      bold letters\n"
-                     "  --double    double height\n"
-                     "  --center    centred lines\n"
-                     "  --right     lines to the right\n",
-                     {"--bold", "--double", "--center", "--right"},
-                     {},
-                     runText});
+                     "the paper is wrapped.\n",
+                     [text](Session& session) { runText(session, *text); });
+    operands(command, text->lines);
+    flag(command, "--bold", text->bold, "bold letters");
+    flag(command, "--double", text->tall, "double height");
+    flag(command, "--center", text->center, "centred lines");
+    flag(command, "--right", text->right, "lines to the right");
 }
 
 }  // namespace cli

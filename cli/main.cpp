@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
     if (outFd < 0) return cli::kUsage;
     FdBuffer outBuffer(outFd);
     std::ostream out(&outBuffer);
-    cli::Environment environment{out, std::cerr, isatty(2) == 1, nullptr, nullptr};
+    cli::Environment environment{out, std::cerr, isatty(2) == 1, nullptr, cli::userHome()};
     environment.libraryOutput = [](bool verbose) {
         std::cout.flush();
         std::fflush(stdout);

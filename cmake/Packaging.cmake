@@ -60,6 +60,9 @@ function(verda_install_programs)
   set(manpages)
   set(summary_verda "command-line tool for VERDA fiscal cash registers")
   set(summary_verda-sim "simulator of a VERDA fiscal cash register")
+  # The tool's page holds every command's help, not only the overview.
+  set(helpoption_verda --help-all)
+  set(helpoption_verda-sim --help)
   foreach(program verda verda-sim)
     if(NOT TARGET ${program})
       continue()
@@ -75,7 +78,7 @@ function(verda_install_programs)
       COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
       COMMAND ${HELP2MAN} --no-info --no-discard-stderr --locale=C.UTF-8
               --version-string=${PROJECT_VERSION} --source=CorteliaVERDA
-              "--name=${summary_${program}}"
+              "--name=${summary_${program}}" --help-option=${helpoption_${program}}
               --output=${page} "${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}>"
       COMMAND gzip -9nf ${page}
       DEPENDS ${program} VERBATIM)

@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "common/Utf8.h"
+
 namespace cp866 {
 
 // Code points of CP866 0x80..0xFF: А..п, shades and box drawing, р..я, the last row.
@@ -24,18 +26,31 @@ inline constexpr unsigned short kUpperHalf[128] = {
     0x00B0, 0x2219, 0x00B7, 0x221A, 0x2116, 0x00A4, 0x25A0, 0x00A0,
 };
 
-// Appends code (below U+10000) as UTF-8.
-inline void appendUtf8(std::string& out, unsigned int code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
+// CP866 bytes to UTF-8, one character for each byte.
+inline std::string toUtf8(const std::string& bytes) {
+    std::string out;
+    for (const char c : bytes) {
+        const unsigned char byte = static_cast<unsigned char>(c);
+        utf8::append(out, byte < 0x80 ? byte : kUpperHalf[byte - 0x80]);
     }
+    return out;
+}
+
+// UTF-8 to CP866, one byte for each character; a character that CP866 lacks,
+// and a byte that is not UTF-8, become "?".
+inline std::string fromUtf8(const std::string& text) {
+    std::string out;
+    for (std::string::size_type at = 0; at < text.size();) {
+        unsigned int code = 0;
+        char byte = '?';
+        if (utf8::decode(text, at, code)) {
+            if (code < 0x80) byte = static_cast<char>(code);
+            for (int i = 0; code >= 0x80 && i < 128; ++i)
+                if (kUpperHalf[i] == code) byte = static_cast<char>(0x80 + i);
+        }
+        out += byte;
+    }
+    return out;
 }
 
 // Reads one UTF-8 character of text at index i into code and moves i past

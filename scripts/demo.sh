@@ -4,13 +4,14 @@
 # starts the simulator, opens a shift, sells a receipt of several lines with
 # a discount and change, prints an X report, and stops the simulator. The
 # simulated paper ("paper |") and the library's log ("  log |") are shown as
-# they are written, between the commands and what they print; the log holds
-# the library's own single-byte text, shown as it stands.
+# they are written, between the commands and what they print; the log is
+# shown through "verda log -f", which makes the library's single-byte
+# Russian text readable (the file itself stays as the library writes it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
-install_missing cmake g++
+install_missing cmake g++ libcli11-dev nlohmann-json3-dev
 
 build=build/demo
 echo "== building verda and verda-sim in $build"
@@ -42,10 +43,13 @@ done
 [ -n "$address" ] || { echo "verda-sim did not start:"; cat "$work/sim"; exit 1; }
 echo "== verda-sim listens on $address"
 
-tail -n0 -F "$work/paper" 2>/dev/null | sed -u 's/^/     paper | /' &
+# Each follower's own pid is kept (not that of the sed after it), so that the
+# cleanup stops it.
+tail -n0 -F "$work/paper" 2>/dev/null > >(sed -u 's/^/     paper | /') &
 pids+=($!)
-tail -n0 -F "$log" 2>/dev/null | sed -u 's/^/       log | /' &
+"$build/cli/verda" log -f -n 0 "$log" > >(sed -u 's/^/       log | /') &
 pids+=($!)
+sleep 0.5  # the followers have read to the end before the first command writes
 
 verda() {
   echo
@@ -55,7 +59,7 @@ verda() {
 }
 
 verda info
-verda shift open
+verda shift open --cashier 'Иванова А. В.'
 verda receipt 'Хлеб ржаной=45.50x2' 'Молоко 3,2%=89.90' 'Сыр=412.30x0.35:2' \
   --discount 5% --pay cash:1000
 verda x-report

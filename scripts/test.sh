@@ -14,9 +14,10 @@ cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
 install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man \
+  libcli11-dev nlohmann-json3-dev \
   clang libclang-rt-14-dev libbenchmark-dev \
   abigail-tools python3 python3-pytest
-# clang to libbenchmark-dev: the fuzz target and the benchmarks; abigail-tools:
+# clang to libbenchmark-dev: the fuzz targets and the benchmarks; abigail-tools:
 # the ABI check of the C interface; python3-pytest: the Python package's tests
 
 jobs=${JOBS:-2}

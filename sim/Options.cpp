@@ -1,35 +1,20 @@
 #include "sim/Options.h"
 
+#include "common/Cp866.h"
+#include "common/Help.h"
 #include "sim/Text.h"
 
 namespace sim {
 
-const char kUsage[] =
-    "usage: verda-sim (--pty | --tcp [HOST:]PORT) [options]\n"
-    "\n"
-    "  --pty                 make a pseudo-terminal and print its path\n"
-    "  --tcp [HOST:]PORT     listen on HOST (127.0.0.1 by default); port 0 picks one\n"
-    "                        and prints HOST:PORT\n"
-    "  --paper FILE          the printed paper, UTF-8 (\"-\", the default: standard output)\n"
-    "  --state FILE          keep the register's memory in FILE across runs\n"
-    "  --model NAME          model name (default \"ВЕРДА 35V-Ф\")\n"
-    "  --firmware REV        firmware revision (default 944124; 944123 takes the\n"
-    "                        shorter receipt fields, 944123 and below the short\n"
-    "                        article record)\n"
-    "  --serial TEXT         serial number of a fresh register\n"
-    "  --device-number TEXT  device number\n"
-    "  --fn-number TEXT      fiscal drive number\n"
-    "  --columns 32|48       paper width (default 48 for \"ЛАРН-1000 Ф\", else 32)\n"
-    "  --unfiscalized        a fresh register starts before fiscalization\n"
-    "  --ofd-offline         documents stay in the queue for the data operator\n"
-    "  --baud N              pace replies as on an 8N1 line at N bit/s\n"
-    "  --seed N              seed of the fault generator (default 1)\n"
-    "  --nak P, --drop P, --noise P, --split P, --syn P, --crc P, --delay P\n"
-    "                        chance 0..1 of each fault per reply\n"
-    "  --delay-ms N          length of a delay (default 100)\n"
-    "  --help                this text\n";
-
 namespace {
+
+const char kHead[] =
+    "Usage: verda-sim (--pty | --tcp [HOST:]PORT) [OPTIONS]\n"
+    "A simulated VERDA fiscal register for the CorteliaVERDA driver. It prints\n"
+    "where to connect on its first line and serves until it is stopped.\n";
+
+const char kDefaultModel[] = "ВЕРДА 35V-Ф";
+const char kWideModel[] = "ЛАРН-1000 Ф";  // the model with 48 columns
 
 bool number(const std::string& text, long long low, long long high, long long& value) {
     return parseInt(text, value) && value >= low && value <= high;
@@ -42,107 +27,144 @@ bool rate(const std::string& text, double& value) {
     return true;
 }
 
+// Each is the chance, 0 to 1, that its fault hits one reply.
 const struct {
     const char* name;
     double FaultRates::*rate;
-} kRates[] = {{"--nak", &FaultRates::nak},     {"--drop", &FaultRates::drop},
-              {"--noise", &FaultRates::noise}, {"--split", &FaultRates::split},
-              {"--syn", &FaultRates::syn},     {"--crc", &FaultRates::crc},
-              {"--delay", &FaultRates::delay}};
+    const char* what;
+} kRates[] = {
+    {"--nak", &FaultRates::nak, "a good request is answered with NAK, not run"},
+    {"--drop", &FaultRates::drop, "the request is run and its reply lost"},
+    {"--noise", &FaultRates::noise, "stray bytes come before the reply"},
+    {"--split", &FaultRates::split, "the reply comes in pieces"},
+    {"--syn", &FaultRates::syn, "SYN bytes come before the reply"},
+    {"--crc", &FaultRates::crc, "the reply's checksum is spoilt"},
+    {"--delay", &FaultRates::delay, "the reply comes late, by --delay-ms"},
+};
+const int kRateCount = sizeof kRates / sizeof kRates[0];
 
-double FaultRates::*rateOption(const std::string& name) {
-    for (const auto& option : kRates)
-        if (name == option.name) return option.rate;
-    return nullptr;
+// The options as typed; their values are checked after CLI11 has read them,
+// so that every bad value gets the same message.
+struct Typed {
+    bool pty = false;
+    std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs;
+    std::string rates[kRateCount];
+};
+
+// Declares every option; help formatter and values both come from here.
+void declare(CLI::App& app, Options& o, Typed& t) {
+    auto formatter = std::make_shared<help::Formatter>();
+    formatter->head(&app, kHead);
+    app.formatter(formatter);
+    app.set_help_flag("--help", "this text");
+    app.add_flag("--version", o.version, "the version");
+    app.add_flag("--pty", t.pty, "make a pseudo-terminal and print its path");
+    auto text = [&app](const char* name, std::string& value, const char* type, const char* what) {
+        app.add_option(name, value, what)
+            ->type_name(type)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    };
+    text("--tcp", t.tcp, "[HOST:]PORT",
+         "listen on HOST (127.0.0.1 by default); port 0 picks\none and prints HOST:PORT");
+    text("--paper", o.paper, "FILE",
+         "the printed paper, UTF-8 (\"-\", the default: standard\noutput)");
+    text("--state", o.stateFile, "FILE",
+         "keep the register's memory in FILE across runs, as\n"
+         "JSON; a file of the older text form is converted");
+    text("--model", t.model, "NAME", "model name (default \"ВЕРДА 35V-Ф\")");
+    text("--firmware", t.firmware, "REV",
+         "firmware revision (default 944124; 944123 takes the\n"
+         "shorter receipt fields, 944123 and below the short\n"
+         "article record)");
+    text("--serial", o.serial, "TEXT", "serial number of a fresh register");
+    text("--device-number", o.identity.deviceNumber, "TEXT", "device number");
+    text("--fn-number", o.identity.fnNumber, "TEXT", "fiscal drive number");
+    text("--columns", t.columns, "32|48", "paper width (default 48 for \"ЛАРН-1000 Ф\", else 32)");
+    app.add_flag("--unfiscalized", o.unfiscalized, "a fresh register starts before fiscalization");
+    app.add_flag_callback(
+        "--ofd-offline", [&o] { o.identity.ofdOnline = false; },
+        "documents stay in the queue for the data operator");
+    text("--baud", t.baud, "N", "pace replies as on an 8N1 line at N bit/s");
+    text("--seed", t.seed, "N", "seed of the fault generator (default 1)");
+    for (int i = 0; i < kRateCount; ++i)
+        text(kRates[i].name, t.rates[i], "P",
+             (std::string("chance 0..1 per reply that ") + kRates[i].what).c_str());
+    text("--delay-ms", t.delayMs, "N", "length of a delay (default 100)");
 }
 
 }  // namespace
 
+std::string usage() {
+    Options o;
+    Typed t;
+    CLI::App app("", "verda-sim");
+    declare(app, o, t);
+    return app.help();
+}
+
 bool parseOptions(const std::vector<std::string>& args, Options& o, std::string& error) {
-    bool columnsGiven = false;
-    std::string model = "ВЕРДА 35V-Ф";
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& name = args[i];
-        if (name == "--help") {
-            o.help = true;
-            continue;
-        }
-        if (name == "--pty") {
-            o.transport = Options::Pty;
-            continue;
-        }
-        if (name == "--unfiscalized") {
-            o.unfiscalized = true;
-            continue;
-        }
-        if (name == "--ofd-offline") {
-            o.identity.ofdOnline = false;
-            continue;
-        }
-        static const char* const kValued[] = {
-            "--tcp",    "--paper",         "--state",     "--model",   "--firmware",
-            "--serial", "--device-number", "--fn-number", "--columns", "--baud",
-            "--seed",   "--delay-ms",      "--nak",       "--drop",    "--noise",
-            "--split",  "--syn",           "--crc",       "--delay"};
-        bool valued = false;
-        for (const char* known : kValued) valued = valued || name == known;
-        if (!valued) {
-            error = "unknown option " + name;
-            return false;
-        }
-        if (i + 1 >= args.size()) {
-            error = name + " needs a value";
-            return false;
-        }
-        const std::string& value = args[++i];
-        long long n = 0;
-        bool ok = true;
-        if (name == "--tcp") {
-            const size_t colon = value.rfind(':');
-            if (colon != std::string::npos) o.host = value.substr(0, colon);
-            ok = number(value.substr(colon == std::string::npos ? 0 : colon + 1), 0, 65535, n) &&
-                 !o.host.empty();
-            o.port = static_cast<int>(n);
-            o.transport = Options::Tcp;
-        } else if (name == "--paper") {
-            o.paper = value;
-        } else if (name == "--state") {
-            o.stateFile = value;
-        } else if (name == "--model") {
-            model = value;
-        } else if (name == "--firmware") {
-            ok = number(value, 0, 2147483647, n);
-            o.identity.firmware = value;
-        } else if (name == "--serial") {
-            o.serial = value;
-        } else if (name == "--device-number") {
-            o.identity.deviceNumber = value;
-        } else if (name == "--fn-number") {
-            o.identity.fnNumber = value;
-        } else if (name == "--columns") {
-            ok = value == "32" || value == "48";
-            o.identity.columns = value == "48" ? 48 : 32;
-            columnsGiven = true;
-        } else if (name == "--baud") {
-            ok = number(value, 50, 10000000, n);
-            o.baud = static_cast<long>(n);
-        } else if (name == "--seed") {
-            ok = number(value, 0, 4294967295LL, n);
-            o.seed = static_cast<unsigned int>(n);
-        } else if (name == "--delay-ms") {
-            ok = number(value, 0, 60000, n);
-            o.faults.delayMs = static_cast<int>(n);
-        } else {
-            ok = rate(value, o.faults.*rateOption(name));
-        }
-        if (!ok) {
-            error = "bad value for " + name + ": " + value;
-            return false;
-        }
+    Typed t;
+    CLI::App app("", "verda-sim");
+    declare(app, o, t);
+    try {
+        std::vector<std::string> reversed = help::reversed(args);
+        app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        o.help = true;
+        return true;
+    } catch (const CLI::ExtrasError&) {
+        const std::vector<std::string> extra = app.remaining();
+        error = extra.empty()                           ? std::string("unexpected arguments")
+                : extra.front().compare(0, 1, "-") == 0 ? "unknown option " + extra.front()
+                                                        : "unexpected argument " + extra.front();
+        return false;
+    } catch (const CLI::ParseError& e) {
+        error = e.what();
+        return false;
     }
-    o.identity.model = utf8ToCp866(model);
-    if (!columnsGiven) o.identity.columns = model == "ЛАРН-1000 Ф" ? 48 : 32;
-    if (!o.help && o.transport == Options::None) {
+    if (o.version) return true;
+    auto bad = [&error](const std::string& name, const std::string& value) {
+        error = "bad value for " + name + ": " + value;
+        return false;
+    };
+    long long n = 0;
+    if (t.pty) o.transport = Options::Pty;
+    if (app.count("--tcp") != 0) {
+        const size_t colon = t.tcp.rfind(':');
+        if (colon != std::string::npos) o.host = t.tcp.substr(0, colon);
+        if (!number(t.tcp.substr(colon == std::string::npos ? 0 : colon + 1), 0, 65535, n) ||
+            o.host.empty())
+            return bad("--tcp", t.tcp);
+        o.port = static_cast<int>(n);
+        o.transport = Options::Tcp;
+    }
+    if (app.count("--firmware") != 0) {
+        if (!number(t.firmware, 0, 2147483647, n)) return bad("--firmware", t.firmware);
+        o.identity.firmware = t.firmware;
+    }
+    if (app.count("--columns") != 0) {
+        if (t.columns != "32" && t.columns != "48") return bad("--columns", t.columns);
+        o.identity.columns = t.columns == "48" ? 48 : 32;
+    } else {
+        o.identity.columns = t.model == kWideModel ? 48 : 32;
+    }
+    if (app.count("--baud") != 0) {
+        if (!number(t.baud, 50, 10000000, n)) return bad("--baud", t.baud);
+        o.baud = static_cast<long>(n);
+    }
+    if (app.count("--seed") != 0) {
+        if (!number(t.seed, 0, 4294967295LL, n)) return bad("--seed", t.seed);
+        o.seed = static_cast<unsigned int>(n);
+    }
+    if (app.count("--delay-ms") != 0) {
+        if (!number(t.delayMs, 0, 60000, n)) return bad("--delay-ms", t.delayMs);
+        o.faults.delayMs = static_cast<int>(n);
+    }
+    for (int i = 0; i < kRateCount; ++i)
+        if (app.count(kRates[i].name) != 0 && !rate(t.rates[i], o.faults.*kRates[i].rate))
+            return bad(kRates[i].name, t.rates[i]);
+    o.identity.model = cp866::fromUtf8(t.model);
+    if (o.transport == Options::None) {
         error = "choose --pty or --tcp";
         return false;
     }

@@ -22,15 +22,17 @@ struct Options {
     std::string serial;         // of a fresh register; empty keeps the default
     FaultRates faults;
     unsigned int seed = 1;
-    long baud = 0;  // 0: no pacing
-    bool help = false;
+    long baud = 0;         // 0: no pacing
+    bool help = false;     // --help: show usage() and stop
+    bool version = false;  // --version
 };
 
 // Reads the arguments (without the program name). False with a message for
 // bad input.
 bool parseOptions(const std::vector<std::string>& args, Options& options, std::string& error);
 
-extern const char kUsage[];
+// The text of --help.
+std::string usage();
 
 }  // namespace sim
 

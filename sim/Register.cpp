@@ -173,21 +173,8 @@ long long Register::now() const {
     return static_cast<long long>(std::time(nullptr)) + state_.clockOffset;
 }
 
-namespace {
-std::tm brokenDown(long long time) {
-    const std::time_t t = static_cast<std::time_t>(time);
-    std::tm parts;
-    gmtime_r(&t, &parts);
-    return parts;
-}
-}  // namespace
-
 std::string Register::timeText(long long time) const {
-    const std::tm t = brokenDown(time);
-    char text[64];
-    std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d:%02d", t.tm_mday, t.tm_mon + 1,
-                  t.tm_year + 1900, t.tm_hour, t.tm_min, t.tm_sec);
-    return text;
+    return formatTime(time);
 }
 
 std::string Register::dateText(long long time) const {

@@ -9,11 +9,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "common/Listen.h"
+#include "sim/StateFile.h"
 
 namespace sim {
 
@@ -62,8 +61,11 @@ bool Simulator::start(std::string& error) {
 // --- State file -----------------------------------------------------------------
 
 bool Simulator::load(std::string& error) {
-    std::ifstream file(options_.stateFile.c_str(), std::ios::binary);
-    if (options_.stateFile.empty() || !file) {
+    bool found = false, converted = false;
+    if (!options_.stateFile.empty() &&
+        !loadStateFile(options_.stateFile, state_, found, converted, error))
+        return false;
+    if (!found) {
         // A fresh register: its clock shows local time.
         const std::time_t t = std::time(nullptr);
         std::tm local;
@@ -73,33 +75,27 @@ bool Simulator::load(std::string& error) {
         if (!options_.serial.empty()) state_.serial = options_.serial;
         return true;
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!parse(text.str(), state_)) {
-        error = "state file " + options_.stateFile + " is damaged or not a state file";
-        return false;
+    saved_ = stateToJson(state_);
+    if (converted) {
+        // Read once in the older form, kept from now on as JSON.
+        if (!replaceFile(options_.stateFile, saved_, error)) return false;
+        std::fprintf(stderr, "verda-sim: state file %s converted to JSON\n",
+                     options_.stateFile.c_str());
     }
-    saved_ = text.str();
     return true;
 }
 
-// Written whole to a new file, flushed to the disk and renamed over the old
-// one, so that a kill at any moment leaves either the old or the new state.
+// Only a change is written; see replaceFile for why nothing is ever lost.
 void Simulator::persist() {
     if (options_.stateFile.empty()) return;
-    const std::string text = serialize(state_);
+    const std::string text = stateToJson(state_);
     if (text == saved_) return;
-    const std::string temporary = options_.stateFile + ".tmp";
-    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    bool ok = fd >= 0 && writeAll(fd, text.data(), text.size()) && fsync(fd) == 0;
-    if (fd >= 0) ok = close(fd) == 0 && ok;
-    ok = ok && std::rename(temporary.c_str(), options_.stateFile.c_str()) == 0;
-    if (ok) {
+    std::string error;
+    if (replaceFile(options_.stateFile, text, error)) {
         saved_ = text;
         saveFailed_ = false;
     } else if (!saveFailed_) {
-        std::fprintf(stderr, "verda-sim: %s\n",
-                     systemError("cannot write state file " + options_.stateFile).c_str());
+        std::fprintf(stderr, "verda-sim: %s\n", error.c_str());
         saveFailed_ = true;
     }
 }

@@ -13,45 +13,8 @@ namespace {
 
 const char kMagic[] = "verda-sim-state-1";
 
-// Writes the state as whitespace-separated tokens; strings as "x" and their
-// bytes in hexadecimal, so that any CP866 byte, tab or newline survives.
-class Writer {
-  public:
-    void io(long long& v) { out_ << v << ' '; }
-    void io(int& v) { out_ << v << ' '; }
-    void io(bool& v) { out_ << (v ? 1 : 0) << ' '; }
-    void io(char& v) { out_ << static_cast<int>(static_cast<unsigned char>(v)) << ' '; }
-    void io(std::string& v) {
-        static const char hex[] = "0123456789abcdef";
-        out_ << 'x';
-        for (unsigned char c : v) out_ << hex[c >> 4] << hex[c & 15];
-        out_ << ' ';
-    }
-    template <class T>
-    void io(std::vector<T>& items) {
-        long long n = static_cast<long long>(items.size());
-        io(n);
-        for (T& item : items) visit(*this, item);
-        out_ << '\n';
-    }
-    template <class K, class V>
-    void io(std::map<K, V>& items) {
-        long long n = static_cast<long long>(items.size());
-        io(n);
-        for (auto& item : items) {
-            K key = item.first;
-            io(key);
-            visit(*this, item.second);
-        }
-        out_ << '\n';
-    }
-    bool ok() const { return true; }
-    std::string text() const { return out_.str(); }
-
-  private:
-    std::ostringstream out_;
-};
-
+// The older text form: whitespace-separated tokens in the order of visit()
+// below, strings as "x" and their bytes in hexadecimal.
 class Reader {
   public:
     explicit Reader(const std::string& text) : in_(text) {}
@@ -126,7 +89,7 @@ void array(A& a, T (&items)[N]) {
     for (T& item : items) a.io(item);
 }
 
-// Each record is listed once; the same list writes and reads.
+// Each record in the order the text form holds it.
 template <class A>
 void visit(A& a, long long& v) {
     a.io(v);
@@ -213,14 +176,7 @@ void visit(A& a, State& s) {
 
 }  // namespace
 
-std::string serialize(const State& state) {
-    Writer writer;
-    State copy = state;
-    visit(writer, copy);
-    return std::string(kMagic) + "\n" + writer.text() + "\nend\n";
-}
-
-bool parse(const std::string& text, State& state) {
+bool parseTextForm(const std::string& text, State& state) {
     const std::string magic = std::string(kMagic) + "\n";
     if (text.compare(0, magic.size(), magic) != 0) return false;
     Reader reader(text.substr(magic.size()));

@@ -159,9 +159,10 @@ struct State {
     State();
 };
 
-// The state as text, and back. parse gives false for a damaged text.
-std::string serialize(const State& state);
-bool parse(const std::string& text, State& state);
+// Reads a state file of the older text form (its first line
+// "verda-sim-state-1"), which the simulator converts to JSON
+// (sim/StateFile.h). False for a damaged text.
+bool parseTextForm(const std::string& text, State& state);
 
 }  // namespace sim
 

@@ -1,49 +1,11 @@
 #include "sim/Text.h"
 
-#include "common/Cp866.h"
-
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
 namespace sim {
-
-namespace {
-
-char toCp866(unsigned int code) {
-    if (code < 0x80) return static_cast<char>(code);
-    for (int i = 0; i < 128; ++i)
-        if (cp866::kUpperHalf[i] == code) return static_cast<char>(0x80 + i);
-    return '?';
-}
-
-}  // namespace
-
-std::string cp866ToUtf8(const std::string& bytes) {
-    std::string out;
-    for (unsigned char c : bytes) {
-        if (c < 0x80)
-            out += static_cast<char>(c);
-        else
-            cp866::appendUtf8(out, cp866::kUpperHalf[c - 0x80]);
-    }
-    return out;
-}
-
-std::string utf8ToCp866(const std::string& text) {
-    std::string out;
-    for (std::string::size_type i = 0; i < text.size();) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : 0;
-        unsigned int code = extra == 0 ? c : c & (0x3F >> extra);
-        ++i;
-        for (; extra > 0 && i < text.size(); --extra, ++i)
-            code = (code << 6) | (static_cast<unsigned char>(text[i]) & 0x3F);
-        out += c >= 0x80 && c < 0xC0 ? '?' : toCp866(code);
-    }
-    return out;
-}
 
 bool parseFixed(const std::string& text, int decimals, long long& value) {
     std::string::size_type i = 0;
@@ -127,6 +89,16 @@ bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& da
     dateOnly = got == 3;
     time = static_cast<long long>(seconds) + (dateOnly && endOfDay ? 24 * 3600 - 1 : 0);
     return true;
+}
+
+std::string formatTime(long long time) {
+    const std::time_t seconds = static_cast<std::time_t>(time);
+    std::tm t;
+    gmtime_r(&seconds, &t);
+    char text[64];
+    std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d:%02d", t.tm_mday, t.tm_mon + 1,
+                  t.tm_year + 1900, t.tm_hour, t.tm_min, t.tm_sec);
+    return text;
 }
 
 bool splitFields(const std::string& data, std::vector<std::string>& fields) {

@@ -3,17 +3,13 @@
 
 // Text and number tools of the simulated register. The register keeps its
 // text in CP866, as the real one does; UTF-8 appears only at its edges (the
-// command line and the paper stream).
+// command line, the paper stream and the state file), converted by
+// common/Cp866.h.
 
 #include <string>
 #include <vector>
 
 namespace sim {
-
-// CP866 bytes to UTF-8; every byte gives one character.
-std::string cp866ToUtf8(const std::string& bytes);
-// UTF-8 to CP866; a character that CP866 lacks becomes "?".
-std::string utf8ToCp866(const std::string& text);
 
 // Money in kopecks and quantities in thousandths: the register counts in
 // integers so that its totals add up exactly.
@@ -39,6 +35,10 @@ std::string str(long long value);
 // which stands for the start of its day, or its end with endOfDay. Seconds
 // since the epoch, years 2000 to 2037. False for anything else.
 bool parseTime(const std::string& text, bool endOfDay, long long& time, bool& dateOnly);
+
+// A time as the register shows it, "DD.MM.YYYY HH:MM:SS", from the seconds
+// that parseTime gives.
+std::string formatTime(long long time);
 
 // The fields of a request: each ends in a tab. False when the data does not
 // end in one (an empty request has no fields).

@@ -19,11 +19,15 @@ int main(int argc, char** argv) {
     sim::Options options;
     std::string error;
     if (!sim::parseOptions(args, options, error)) {
-        std::fprintf(stderr, "verda-sim: %s\n%s", error.c_str(), sim::kUsage);
+        std::fprintf(stderr, "verda-sim: %s\nTry 'verda-sim --help'.\n", error.c_str());
         return 2;
     }
     if (options.help) {
-        std::fputs(sim::kUsage, stdout);
+        std::fputs(sim::usage().c_str(), stdout);
+        return 0;
+    }
+    if (options.version) {
+        std::printf("verda-sim (CorteliaVERDA) %s\n", VERDA_VERSION);
         return 0;
     }
     sim::Simulator simulator(options);

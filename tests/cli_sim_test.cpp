@@ -74,7 +74,7 @@ TEST_F(CliSim, AWholeShift) {
     EXPECT_EQ(value(info, "model"), "ВЕРДА 35V-Ф");
     EXPECT_EQ(value(info, "decimal places"), "2");
 
-    const std::string shift = ok({"shift", "open"});
+    const std::string shift = ok({"shift", "open", "--cashier", "Иванова"});
     EXPECT_EQ(value(shift, "shift"), "1");
     EXPECT_TRUE(contains(ok({"status"}), "\nshift               open, 1, for 0 min\n"));
 
@@ -109,6 +109,12 @@ TEST_F(CliSim, AWholeShift) {
     EXPECT_EQ(value(z.out, "Z report"), "1");
     EXPECT_NE(value(z.out, "fiscal document"), "0");
     EXPECT_TRUE(contains(ok({"status"}), "\nshift               closed\n"));
+
+    // The library's log, readable: the cashier as the tool gave it (CP1251),
+    // the sale's name as the library read it back (its one-way form).
+    const std::string log = ok({"log"});
+    EXPECT_TRUE(contains(log, ",OperName=Иванова,")) << log;
+    EXPECT_TRUE(contains(log, "RegisterSale(PluName=\"Хлеб ржаной\",")) << log;
 }
 
 TEST_F(CliSim, RefusalsShowTheRegistersTextAndLeaveItFree) {

@@ -3,13 +3,18 @@
 // dead link.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "cli/Text.h"
+#include "common/Readable.h"
+#include "common/Utf8.h"
 #include "support/CliRun.h"
 #include "tools/codepages.h"
+#include "tools/unicode.h"
 
 using testing_device::Request;
 using testing_device::ScriptedDevice;
@@ -59,11 +64,41 @@ TEST(CliText, CyrillicSurvivesTheLibrarysOneWayForm) {
     EXPECT_EQ(cli::fromOneWay(fromDOStoASCII(fromASCIItoDOS(text))), typed);
 }
 
-TEST(CliText, OneWayFormIsRestoredAndProperUtf8Kept) {
-    EXPECT_EQ(cli::fromOneWay("\x90\x80\xB0\x8F\x01"), "Арая?");
-    EXPECT_EQ(cli::fromOneWay("\x9F\xE0\x80 7"), "\x9F\xE0\x80 7");  // a byte from 0xC0 on: kept
-    EXPECT_EQ(cli::fromOneWay("Нет ошибок"), "Нет ошибок");
-    EXPECT_EQ(cli::fromOneWay("\x97"), "З");  // not DEL
+// The library's text, as its log holds it: Cyrillic read from the register
+// in the one-way form, the application's CP1251, its own UTF-8, side by side.
+TEST(ReadableText, EachFormComesOutAsUtf8) {
+    const struct {
+        std::string written, shown;
+    } cases[] = {
+        {"\xA5\xBB\xB5\xB1 \x80\xB6\xB0\xBD\xBE\xB9", "Хлеб ржаной"},  // one-way
+        {"\x90\x80\xB0\x8F \x97", "Арая З"},  // 0x97 is the register's DEL mark
+        {"\xC8\xE2\xE0\xED\xEE\xE2\xE0 \xA8\xEB\xEA\xE0", "Иванова Ёлка"},  // CP1251
+        {"Нет ошибок", "Нет ошибок"},                                       // UTF-8 kept
+        {"[Thu Nov 12 22:33:38 2026] OpenShift(OperName=\xCF\xE5\xF2\xF0\xEE\xE2,"
+         "PluName=\"\xA7\xB0\xB9\") \xD0\x9E\xD1\x88\xD0\xB8\xD0\xB1\xD0\xBA\xD0\xB0",
+         "[Thu Nov 12 22:33:38 2026] OpenShift(OperName=Петров,PluName=\"Чай\") Ошибка"},
+        {"", ""},
+    };
+    for (const auto& c : cases) EXPECT_EQ(readable::toUtf8(c.written), c.shown) << c.shown;
+    // The tool's outputs also turn control characters, which would steer
+    // the terminal, into "?".
+    EXPECT_EQ(cli::fromOneWay("\x90\x80\x01\x1B[2J"), "Ар??[2J");
+}
+
+// CP1251's upper quarter as the C library's converter reads it (0x98 has
+// no character there), and whatever the bytes, the output is UTF-8.
+TEST(ReadableText, Cp1251AgreesWithIconvAndAnyBytesGiveUtf8) {
+    for (int b = 0x80; b < 0xC0; ++b) {
+        const std::string text = std::string("\xC0") + static_cast<char>(b);
+        EXPECT_EQ(readable::toUtf8(text),
+                  b == 0x98 ? "А\xEF\xBF\xBD" : iConvert(text, "CP1251", "UTF-8"))
+            << b;
+    }
+    for (int first = 0; first < 256; ++first)
+        for (int second = 0; second < 256; ++second) {
+            const std::string bytes{static_cast<char>(first), static_cast<char>(second)};
+            ASSERT_TRUE(utf8::valid(readable::toUtf8(bytes))) << first << " " << second;
+        }
 }
 
 TEST(CliText, Cp866IsReadWhole) {
@@ -100,7 +135,6 @@ TEST_F(CliTest, BadInputIsRefusedBeforeAnythingIsSent) {
         {{}, "no command given", ""},
         {{"--tcp", tcp, "frobnicate"}, "unknown command frobnicate", ""},
         {{"check"}, "no register given: use --serial PATH or --tcp HOST:PORT", "check "},
-        {{"--serial"}, "--serial needs a value", ""},
         {{"--tcp", "127.0.0.1", "check"}, "--tcp wants HOST:PORT, not 127.0.0.1", ""},
         {{"--tcp", "127.0.0.1:0", "check"}, "--tcp port: out of range (1 to 65535): 0", ""},
         {{"--serial", "/dev/null", "--tcp", tcp, "check"},
@@ -141,7 +175,6 @@ TEST_F(CliTest, BadInputIsRefusedBeforeAnythingIsSent) {
         {{"--tcp", tcp, "receipt", "Хлеб=1", "--discount", "120%"},
          "--discount: above 100%",
          "receipt "},
-        {{"--tcp", tcp, "receipt", "Хлеб=1", "--pay"}, "--pay needs a value", "receipt "},
         {{"--tcp", tcp, "cash-in", "0"}, "the amount must not be 0", "cash-in "},
         {{"--tcp", tcp, "cash-out", "-5"}, "amount: not an amount: -5", "cash-out "},
         {{"--tcp", tcp, "article", "add", "1", "Кофе€", "1"},
@@ -181,7 +214,7 @@ TEST_F(CliTest, EveryCommandHasItsHelp) {
     EXPECT_NE(overview.out.find("Exit status:\n  0  success\n"), std::string::npos);
     for (const char* command :
          {"check", "info", "status", "datetime", "param", "error", "shift", "receipt", "cash-in",
-          "cash-out", "x-report", "z-report", "journal", "article", "text"}) {
+          "cash-out", "x-report", "z-report", "journal", "article", "text", "log", "help"}) {
         EXPECT_NE(overview.out.find(std::string("\n  ") + command + " "), std::string::npos)
             << command;
         const CliResult help = verda({"--tcp", address(), command, "--help"});
@@ -202,11 +235,12 @@ TEST_F(CliTest, ErrorTextsComeFromTheCatalogueWithoutARegister) {
     EXPECT_EQ(unknown.err, "verda: no text for 101002\n");
 }
 
-// The register answers the check; then refuses it, and its own text for
-// the refusal is shown, read back from its code page.
+// The register, named by its host name, answers the check; then refuses
+// it, and its own text for the refusal is shown, read back from its code
+// page.
 TEST_F(CliTest, CheckSucceedsOrShowsTheRegistersRefusal) {
     device.replyAlways("0\t");
-    const CliResult ok = verda({"--tcp", address(), "check"});
+    const CliResult ok = verda({"--tcp", "localhost:" + std::to_string(device.port()), "check"});
     EXPECT_EQ(ok.code, 0);
     EXPECT_EQ(ok.out, "the register answers\n");
     EXPECT_EQ(ok.err, "");
@@ -247,6 +281,51 @@ TEST_F(CliTest, DeadLinkIsALinkFailure) {
     const CliResult serial = verda({"--serial", home.path() + "no-such-port", "check"});
     EXPECT_EQ(serial.code, 3);
     EXPECT_EQ(serial.err, "verda: cannot open the serial port " + home.path() + "no-such-port\n");
+    // A name no resolver knows: nothing can be reached, as with a dead port,
+    // and the library is not even asked.
+    const size_t logged = log().size();
+    const CliResult unknown = verda({"--tcp", "no-such-host.invalid:4999", "check"});
+    EXPECT_EQ(unknown.code, 3);
+    EXPECT_EQ(unknown.err.rfind("verda: cannot find the host no-such-host.invalid: ", 0), 0u)
+        << unknown.err;
+    EXPECT_EQ(log().size(), logged);
+}
+
+// The library's log, or any copy of it, shown readable; the file is left as
+// it is.
+TEST_F(CliTest, LogIsShownReadable) {
+    const std::string written =
+        "[Thu Nov 12 22:33:38 2026] Start OpenShift();\n"
+        "[Thu Nov 12 22:33:38 2026] OpenShift(OperName=\xCF\xE5\xF2\xF0\xEE\xE2);\n"
+        "[Thu Nov 12 22:33:39 2026] RegisterSale(PluName=\"\xA7\xB0\xB9\") ErrorCode: 111005";
+    const std::string shown =
+        "[Thu Nov 12 22:33:38 2026] Start OpenShift();\n"
+        "[Thu Nov 12 22:33:38 2026] OpenShift(OperName=Петров);\n"
+        "[Thu Nov 12 22:33:39 2026] RegisterSale(PluName=\"Чай\") ErrorCode: 111005\n";
+    const std::string copy = home.path() + "shop.log";
+    std::ofstream(copy) << written;
+    std::ofstream(home.path() + "CorteliaVERDA.log") << written;
+    const struct {
+        std::vector<std::string> args;
+        std::string out;
+    } cases[] = {
+        {{"log", copy}, shown},
+        {{"log"}, shown},  // the user's own log
+        {{"log", "-n", "2", copy}, shown.substr(shown.find('\n') + 1)},
+        {{"log", "--lines=0", copy}, ""},
+    };
+    for (const auto& c : cases) {
+        const CliResult result = verda(c.args);
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_EQ(result.out, c.out);
+    }
+    std::ifstream in(copy);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()),
+              written);
+    const CliResult missing = verda({"log", home.path() + "none.log"});
+    EXPECT_EQ(missing.code, 2);
+    EXPECT_EQ(missing.err, "verda: cannot read " + home.path() +
+                               "none.log: No such file or directory\nTry 'verda log --help'.\n");
 }
 
 // A register that opens, sells and pays as the script says; each command's
@@ -289,8 +368,8 @@ class CliReceipt : public CliTest {
 
 TEST_F(CliReceipt, TheCommandLineBecomesTheRequests) {
     const CliResult result =
-        verda({"--tcp", address(), "receipt", "Хлеб=45.50x2", "Молоко=89,90:2:3", "--discount",
-               "10%", "--pay", "card:100", "--pay", "100"});
+        verda({"--tcp", address(), "receipt", "--pay", "card:100", "Хлеб=45.50x2", "--discount",
+               "10%", "Молоко=89,90:2:3", "--pay", "100"});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out,

@@ -76,7 +76,7 @@ TEST_P(E2eArticles, RecordRoundTripInBothReadForms) {
 
     Short l;
     ASSERT_TRUE(one(7, l));
-    EXPECT_EQ(l.name, cp866("Чай зел ный"));
+    EXPECT_EQ(l.name, to866("Чай зел ный"));
     EXPECT_EQ(l.price, 12.50);
 
     // A second article with the same bar code is refused with its reason.
@@ -94,7 +94,7 @@ TEST_P(E2eArticles, WalkFindsEachArticleOnceAndDeletionRemoves) {
     while (next(plu, r)) seen.push_back(plu);
     EXPECT_EQ(g_ResultCode, 111004);  // past the last one
     EXPECT_EQ(seen, (std::vector<int>{3, 7, 12}));
-    EXPECT_EQ(r.name, cp866("Товар 12"));
+    EXPECT_EQ(r.name, to866("Товар 12"));
 
     EXPECT_TRUE(VERDA::PrgAndReadArticleD(1, 5));
     EXPECT_TRUE(VERDA::PrgAndReadArticleD(12, 12));

@@ -18,8 +18,8 @@ class SimArticles : public SimTest {
                           price,       "0",
                           quantity,    bar,
                           "",          "",
-                          "",          cp866("Товар ") + std::to_string(plu),
-                          cp866("шт"), "id-7",
+                          "",          to866("Товар ") + std::to_string(plu),
+                          to866("шт"), "id-7",
                           "0",         "1",
                           "",          "3"}));
     }
@@ -37,8 +37,8 @@ TEST_P(SimArticles, WrittenArticleReadsBackInBothForms) {
                                       "10.000",    "0.000",
                                       "0.00",      "4600000000017",
                                       "",          "",
-                                      "",          cp866("Товар 7"),
-                                      cp866("шт"), "id-7",
+                                      "",          to866("Товар 7"),
+                                      to866("шт"), "id-7",
                                       "0",         "1",
                                       "0",         "3"}));
     // The walks give the short record: no fields after the name.

@@ -22,7 +22,7 @@ class SimDocuments : public SimTest {
 TEST_P(SimDocuments, ServiceDocumentPrintsAndKeepsFiscalCommandsOut) {
     const Fields slip = ok(0x26, "1\t");
     ASSERT_EQ(slip.size(), 1u);
-    ok(0x2A, request({cp866("Остаток на складе"), "0", "0", "0", "0", "2", "0"}));
+    ok(0x2A, request({to866("Остаток на складе"), "0", "0", "0", "0", "2", "0"}));
     ok(0x54, "1\t4600000000017\t");
     ok(0x5C, "1\t");
     EXPECT_EQ(exchange(0x31, request({"Tea", "A", "1.00", "1.000", "0", "0.00", "1", "", "", "", "",

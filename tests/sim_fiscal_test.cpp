@@ -102,12 +102,12 @@ TEST_P(SimSettings, ParametersAreKeptByNameAndIndex) {
         std::string answer;
     } rows[] = {
         {"DecimalPoint\t0\t\t", "0\t2\t"},
-        {"Dept_name\t0\t\t", "0\t" + cp866("Отдел 1") + "\t"},
+        {"Dept_name\t0\t\t", "0\t" + to866("Отдел 1") + "\t"},
         {"Dept_name\t16\t\t", "-111043\t"},
         {"Colour\t0\t\t", "-110301\t"},
         {"DecimalPoint\t0\t7\t", "-101011\t"},
-        {"Header\t0\t" + cp866("Магазин") + "\t", "0\t"},
-        {"Header\t0\t\t", "0\t" + cp866("Магазин") + "\t"},
+        {"Header\t0\t" + to866("Магазин") + "\t", "0\t"},
+        {"Header\t0\t\t", "0\t" + to866("Магазин") + "\t"},
     };
     for (const auto& row : rows) EXPECT_EQ(exchange(0xFF, row.data), row.answer) << row.data;
     ok(0x45, "X\t");

@@ -84,7 +84,7 @@ TEST_P(SimRefusal, OpenReceiptRefusesWhatDoesNotFit) {
 // ReadingError: the register's text for a number, in its own code page.
 TEST_P(SimRefusal, ReadingErrorGivesTheTextInCp866) {
     EXPECT_EQ(ok(0x64, "-111016\t"),
-              (Fields{"111016", cp866("Ошибка режима регистрации: Чек закрыт")}));
+              (Fields{"111016", to866("Ошибка режима регистрации: Чек закрыт")}));
     EXPECT_EQ(ok(0x64, "-5\t"), (Fields{"5", ""}));
 }
 

@@ -2,6 +2,7 @@
 // is built as the driver's operations build it.
 #include <gtest/gtest.h>
 
+#include "common/Cp866.h"
 #include "support/SimRegister.h"
 
 namespace {
@@ -19,7 +20,7 @@ class SimShift : public SimTest {
     Fields sale(const std::string& name, const std::string& tax, const std::string& price,
                 const std::string& quantity, const std::string& discountType = "0",
                 const std::string& discountValue = "0.00") {
-        return ok(0x31, request({cp866(name), tax, price, quantity, discountType, discountValue,
+        return ok(0x31, request({to866(name), tax, price, quantity, discountType, discountValue,
                                  "1", "", "", "", "", ""}));
     }
 };
@@ -103,7 +104,7 @@ TEST_P(SimShift, PrintedReceiptIsOnPaperAndInTheJournal) {
     open(4);
     const Fields receipt = open(0);
     sale("Молоко", "A", "45.50", "2.000");
-    ok(0x36, request({cp866("Спасибо"), "0", "0", "0", "0", "1", "0"}));
+    ok(0x36, request({to866("Спасибо"), "0", "0", "0", "0", "1", "0"}));
     ok(0x35, "0\t0.00\t");
     ok(0x38, "");
 
@@ -125,8 +126,8 @@ TEST_P(SimShift, PrintedReceiptIsOnPaperAndInTheJournal) {
     std::string journal;
     for (int i = 0; i < std::stoi(doc[4]); ++i) journal += ok(0x7D, "2\t").at(0) + "\n";
     EXPECT_EQ(fields(exchange(0x7D, "2\t")), Fields{"-100003"});
-    EXPECT_NE(journal.find(cp866("Молоко")), std::string::npos);
-    EXPECT_NE(printed.find(sim::cp866ToUtf8(journal)), std::string::npos);
+    EXPECT_NE(journal.find(to866("Молоко")), std::string::npos);
+    EXPECT_NE(printed.find(cp866::toUtf8(journal)), std::string::npos);
 }
 
 VERDA_BOTH_TRANSPORTS(SimShift);

@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
+#include <iterator>
+#include <nlohmann/json.hpp>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +25,7 @@ TEST_P(SimState, StoppedRegisterResumesWhereItStood) {
     ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
     ok(0x30, request({"1", "1", "1", "0", "", "", ""}));
     ok(0x31, request({"Tea", "A", "10.00", "1.000", "0", "0.00", "1", "", "", "", "", ""}));
-    ok(0xFF, request({"Dept_name", "2", cp866("Бакалея")}));
+    ok(0xFF, request({"Dept_name", "2", to866("Бакалея")}));
     disconnect();
     stopSimulator();
     EXPECT_EQ(access(options.stateFile.c_str(), F_OK), 0);
@@ -31,7 +34,7 @@ TEST_P(SimState, StoppedRegisterResumesWhereItStood) {
     startSimulator(options);
     connect();
     EXPECT_EQ(ok(0x4C, ""), (Fields{"1", "1", "1", "10.00", "0.00"}));
-    EXPECT_EQ(ok(0xFF, "Dept_name\t2\t\t"), Fields{cp866("Бакалея")});
+    EXPECT_EQ(ok(0xFF, "Dept_name\t2\t\t"), Fields{to866("Бакалея")});
     ok(0x35, "0\t10.00\t");
     const Fields closed = ok(0x38, "");
     ASSERT_EQ(closed.size(), 5u);
@@ -55,14 +58,102 @@ TEST_P(SimState, ReadsDoNotRewriteTheFile) {
     EXPECT_NE(before.st_ino, after.st_ino);
 }
 
-TEST_P(SimState, DamagedStateFileIsRefused) {
-    sim::Options other = options;
-    other.stateFile = home.path() + "damaged.state";
-    std::ofstream(other.stateFile.c_str()) << "not a register";
-    sim::Simulator simulator(other);
+std::string readFile(const std::string& path) {
+    std::ifstream in(path.c_str(), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A file of the older text form is read once and kept from then on as
+// JSON that a person reads: named fields, UTF-8 text, amounts and times as
+// the register shows them.
+TEST_P(SimState, TextFormIsReadOnceAndKeptAsJson) {
+    stopSimulator();
+    const std::string source = std::string(__FILE__);
+    std::ofstream(options.stateFile.c_str(), std::ios::binary)
+        << readFile(source.substr(0, source.rfind('/')) + "/data/text-form.state");
+    const std::string said = captureStderr([&] { startSimulator(options); });
+    EXPECT_EQ(said, "verda-sim: state file " + options.stateFile + " converted to JSON\n");
+    connect();
+    EXPECT_EQ(ok(0xFF, "Header\t1\t\t"), Fields{to866("ООО Ромашка")});
+
+    const std::string text = readFile(options.stateFile);
+    EXPECT_NE(text.find("\n  \"cash\": \"1162.81\",\n"), std::string::npos) << text;
+    const nlohmann::json json = nlohmann::json::parse(text);
+    EXPECT_EQ(json["serial"], "VS00000042");
+    EXPECT_EQ(json["shiftOpen"], true);
+    EXPECT_EQ(json["shiftOpenedAt"], "15.03.2026 12:00:00");
+    EXPECT_EQ(json["shiftTotals"]["byTaxGroup"]["sale"][1], "80.91");
+    EXPECT_EQ(json["articles"]["7"]["name"], "Кофе зерновой");
+    EXPECT_EQ(json["articles"]["7"]["stock"], "10.000");
+    EXPECT_EQ(json["journal"][0]["lines"][0], "Хлеб ржаной");
+    EXPECT_EQ(json["parameters"]["Header\t1"], "ООО Ромашка");
+
+    // Read back as JSON, every byte of the register's text survives.
+    std::string all;
+    for (int b = 0x20; b < 256; ++b) all += static_cast<char>(b);
+    ok(0xFF, request({"Header", "2", all}));
+    disconnect();
+    stopSimulator();
+    startSimulator(options);
+    connect();
+    EXPECT_EQ(ok(0xFF, "Header\t2\t\t"), Fields{all});
+}
+
+// A file that holds no valid state is refused, with what is wrong and where,
+// and left as it is: nothing is replaced by a fresh register.
+TEST_P(SimState, DamagedStateFileIsRefusedAndKept) {
+    ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
+    const std::string good = readFile(options.stateFile);
+    auto changed = [&good](const std::function<void(nlohmann::ordered_json&)>& change) {
+        nlohmann::ordered_json json = nlohmann::ordered_json::parse(good);
+        change(json);
+        return json.dump(2);
+    };
+    const std::string other = home.path() + "damaged.state";
+    const std::string prefix = "state file " + other + ": ";
+    const struct {
+        std::string text, error;  // error: the start of the message after the prefix
+    } cases[] = {
+        {"not a register", "not valid JSON: parse error at line 1, column 2"},
+        {good.substr(0, good.size() / 2), "not valid JSON: parse error at line "},
+        {"{}", "not a verda-sim state file"},
+        {changed([](nlohmann::ordered_json& j) { j["version"] = 2; }),
+         "version 2 is not the one this verda-sim reads (1)"},
+        {changed([](nlohmann::ordered_json& j) { j["cash"] = 12.5; }),
+         "cash: expected an amount such as \"12.50\""},
+        {changed([](nlohmann::ordered_json& j) { j["shiftTotals"]["byTaxGroup"].erase("sale"); }),
+         "shiftTotals.byTaxGroup.sale: missing"},
+        {changed([](nlohmann::ordered_json& j) { j["journal"][0]["lines"][0] = 7; }),
+         "journal[0].lines[0]: expected text"},
+        {changed([](nlohmann::ordered_json& j) { j["taxRates"].erase(0); }),
+         "taxRates: expected a list of 6"},
+        {changed([](nlohmann::ordered_json& j) {
+             j["articles"]["x"] = nlohmann::ordered_json::object();
+         }),
+         "articles.x: expected a number as the key"},
+        {changed([](nlohmann::ordered_json& j) { j["shiftOpenedAt"] = "yesterday"; }),
+         "shiftOpenedAt: expected a time such as \"15.03.2026 12:00:00\""},
+        {"verda-sim-state-1\nx56 1 2", "is damaged: its older text form cannot be read"},
+    };
+    sim::Options options2 = options;
+    options2.stateFile = other;
+    for (const auto& c : cases) {
+        std::ofstream(other.c_str(), std::ios::binary) << c.text;
+        sim::Simulator simulator2(options2);
+        std::string error;
+        EXPECT_FALSE(simulator2.start(error));
+        const std::string expected = c.error.rfind("is damaged", 0) == 0
+                                         ? "state file " + other + " " + c.error
+                                         : prefix + c.error;
+        EXPECT_EQ(error.rfind(expected, 0), 0u) << error;
+        EXPECT_EQ(readFile(other), c.text);
+    }
+    // A file that cannot be read at all: here a folder.
+    options2.stateFile = home.path();
+    sim::Simulator simulator2(options2);
     std::string error;
-    EXPECT_FALSE(simulator.start(error));
-    EXPECT_EQ(error, "state file " + other.stateFile + " is damaged or not a state file");
+    EXPECT_FALSE(simulator2.start(error));
+    EXPECT_EQ(error, "cannot read state file " + home.path() + ": Is a directory");
 }
 
 TEST_P(SimState, BusyPortIsRefused) {
@@ -83,14 +174,13 @@ TEST(SimOptions, BadInputGivesAMessage) {
         const char* error;
     } rows[] = {
         {{}, "choose --pty or --tcp"},
-        {{"--tcp"}, "--tcp needs a value"},
         {{"--tcp", "70000"}, "bad value for --tcp: 70000"},
         {{"--tcp", "localhost:"}, "bad value for --tcp: localhost:"},
         {{"--pty", "--columns", "40"}, "bad value for --columns: 40"},
         {{"--pty", "--nak", "1.5"}, "bad value for --nak: 1.5"},
         {{"--pty", "--baud", "fast"}, "bad value for --baud: fast"},
         {{"--pty", "--frobnicate"}, "unknown option --frobnicate"},
-        {{"--pty", "extra"}, "unknown option extra"},
+        {{"--pty", "extra"}, "unexpected argument extra"},
     };
     for (const auto& row : rows) {
         sim::Options options;
@@ -110,7 +200,7 @@ TEST(SimOptions, IdentityAndFaultsAreTaken) {
     EXPECT_EQ(o.transport, sim::Options::Tcp);
     EXPECT_EQ(o.host, "10.0.0.5");
     EXPECT_EQ(o.port, 4001);
-    EXPECT_EQ(o.identity.model, cp866("ЛАРН-1000 Ф"));
+    EXPECT_EQ(o.identity.model, to866("ЛАРН-1000 Ф"));
     EXPECT_EQ(o.identity.columns, 48);
     EXPECT_EQ(o.identity.firmware, "944123");
     EXPECT_DOUBLE_EQ(o.faults.drop, 0.25);

@@ -7,6 +7,7 @@
 
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
+#include "common/Cp866.h"
 #include "device/VR35.h"
 
 void SimTest::SetUp() {
@@ -97,8 +98,8 @@ std::string SimTest::paper() const {
     return text.str();
 }
 
-std::string cp866(const std::string& utf8) {
-    return sim::utf8ToCp866(utf8);
+std::string to866(const std::string& utf8) {
+    return cp866::fromUtf8(utf8);
 }
 
 std::string request(const std::vector<std::string>& fields) {

@@ -41,7 +41,7 @@ class SimTest : public ::testing::TestWithParam<testing_device::ScriptedDevice::
 };
 
 // UTF-8 to the register's CP866.
-std::string cp866(const std::string& utf8);
+std::string to866(const std::string& utf8);
 // A request of tab-ended fields.
 std::string request(const std::vector<std::string>& fields);
 
