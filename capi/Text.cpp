@@ -6,6 +6,7 @@
 
 #include "capi/Wrapper.h"
 #include "common/Cp866.h"
+#include "common/Utf8.h"
 #include "wire/Frame.h"
 
 // A reply's data is at most what its 16-bit length word leaves beside the
@@ -38,23 +39,16 @@ bool toApplication(unsigned int code, unsigned char& byte) {
     return false;
 }
 
-bool isUtf8(const std::string& text) {
-    unsigned int code = 0;
-    for (std::string::size_type i = 0; i < text.size();)
-        if (!cp866::decodeUtf8(text, i, code)) return false;
-    return true;
-}
-
 }  // namespace
 
-int toMember(const char* utf8, Form form, std::string& text) {
-    const std::string input(utf8);
+int toMember(const char* given, Form form, std::string& text) {
+    const std::string input(given);
     text.clear();
     text.reserve(input.size());
     int result = VERDA_OK;
     for (std::string::size_type i = 0; i < input.size();) {
         unsigned int code = 0;
-        if (!cp866::decodeUtf8(input, i, code)) return VERDA_INVALID_UTF8;
+        if (!utf8::decode(input, i, code)) return VERDA_INVALID_UTF8;
         unsigned char byte = 0;
         const bool placed =
             form == Form::FromASCIItoDOS ? toApplication(code, byte) : cp866::toByte(code, byte);
@@ -68,35 +62,28 @@ int toMember(const char* utf8, Form form, std::string& text) {
 }
 
 std::string fromMember(const std::string& text, Form form) {
-    std::string utf8;
-    utf8.reserve(text.size() * 2);
     if (form == Form::FromDOStoASCII) {
         // A text of the library's own (the error catalogue's) or one without
         // Cyrillic is UTF-8 already; the one-way form never is, since its
         // letters are bare continuation bytes: 0x90..0xBF from D0 90..D0 BF
         // (А to п), 0x80..0x8F from D1 80..D1 8F (р to я).
-        if (isUtf8(text)) return text;
+        if (utf8::valid(text)) return text;
+        std::string out;
+        out.reserve(text.size() * 2);
         for (const char c : text) {
             const unsigned char byte = static_cast<unsigned char>(c);
             if (byte < 0x80)
-                utf8 += c;
+                out += c;
             else if (byte < 0x90)
-                cp866::appendUtf8(utf8, 0x0440 + (byte - 0x80));
+                utf8::append(out, 0x0440 + (byte - 0x80));
             else if (byte < 0xC0)
-                cp866::appendUtf8(utf8, 0x0410 + (byte - 0x90));
+                utf8::append(out, 0x0410 + (byte - 0x90));
             else
-                cp866::appendUtf8(utf8, 0xFFFD);  // no letter of that form
+                utf8::append(out, 0xFFFD);  // no letter of that form
         }
-        return utf8;
+        return out;
     }
-    for (const char c : text) {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (byte < 0x80)
-            utf8 += c;
-        else
-            cp866::appendUtf8(utf8, cp866::kUpperHalf[byte - 0x80]);
-    }
-    return utf8;
+    return cp866::toUtf8(text);
 }
 
 bool copyOut(const std::string& utf8, char* buffer, std::size_t size) {

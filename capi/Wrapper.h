@@ -42,9 +42,9 @@ enum class Form {
     FromDOStoASCII,  // out: Cyrillic letters as the second byte of their UTF-8
 };
 
-// UTF-8 to the text a member takes in form: 0, VERDA_INVALID_UTF8 or
+// given, UTF-8, to the text a member takes in form: 0, VERDA_INVALID_UTF8 or
 // VERDA_NOT_IN_CODE_PAGE.
-int toMember(const char* utf8, Form form, std::string& text);
+int toMember(const char* given, Form form, std::string& text);
 // A member's text in form back to UTF-8.
 std::string fromMember(const std::string& text, Form form);
 // utf8 into buffer, NUL-terminated, cut at a character boundary to fit size
