@@ -5,7 +5,7 @@
 #                                 pkg-config file, the CMake package, and the
 #                                 programs with their man pages
 #   cpack --config <build>/CPackConfig.cmake
-#                                 four .deb files: libcorteliaverda1 (library),
+#                                 four .deb files: libcorteliaverda2 (library),
 #                                 libcorteliaverda-dev (development files),
 #                                 corteliaverda-tools (programs) and
 #                                 python3-corteliaverda (the Python package)
