@@ -20,8 +20,9 @@ std::string requestKey(const Frame& frame) {
 std::vector<Chunk> Link::receive(const char* bytes, size_t count) {
     std::vector<Chunk> out;
     reader_.feed(bytes, count);
+    hangingUp_ = false;
     Frame frame;
-    for (FrameReader::Result r; (r = reader_.next(frame)) != FrameReader::Nothing;) {
+    for (FrameReader::Result r; !hangingUp_ && (r = reader_.next(frame)) != FrameReader::Nothing;) {
         if (r == FrameReader::Bad)
             out.push_back(Chunk{kNak, 0});
         else
@@ -51,6 +52,11 @@ void Link::answer(const Frame& frame, std::vector<Chunk>& out) {
         lastReply_ = replyFrame(frame.seq, frame.command & 0xFF, data, device_.status());
         lastRequest_ = key;
         changed_();
+        if (static_cast<int>(frame.command) == hangUp_.command && ++hangUpSeen_ == hangUp_.nth) {
+            hangingUp_ = true;
+            reader_.clear();
+            return;
+        }
     }
     if (faults_.hit(rates.drop)) return;
     std::string reply = lastReply_;

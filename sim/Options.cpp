@@ -1,6 +1,7 @@
 #include "sim/Options.h"
 
 #include "sim/Text.h"
+#include "wire/Command.h"
 
 namespace sim {
 
@@ -26,6 +27,13 @@ const char kUsage[] =
     "  --nak P, --drop P, --noise P, --split P, --syn P, --crc P, --delay P\n"
     "                        chance 0..1 of each fault per reply\n"
     "  --delay-ms N          length of a delay (default 100)\n"
+    "  --hang-up-after NAME[:N]\n"
+    "                        once the Nth request (default 1) of the command NAME (an\n"
+    "                        operation's name or the command's number) has been\n"
+    "                        executed, hang up instead of replying (TCP), or fall\n"
+    "                        silent (pty); once per run, the register keeps the effect.\n"
+    "                        Operations that share a number share the count\n"
+    "  --hang-up-ms N        how long a pty stays silent (default 3000)\n"
     "  --help                this text\n";
 
 namespace {
@@ -55,6 +63,44 @@ double FaultRates::*rateOption(const std::string& name) {
     return nullptr;
 }
 
+// The operations that --hang-up-after knows by name, with their command.
+#define VERDA_SIM_COMMAND(name) \
+    { #name, wire::Command::name }
+const struct {
+    const char* name;
+    wire::Command command;
+} kCommandNames[] = {
+    VERDA_SIM_COMMAND(OpenFiscalInv),   {"OpenShift", wire::Command::OpenFiscalInv},
+    VERDA_SIM_COMMAND(RegisterSale),    VERDA_SIM_COMMAND(RegisterArticleSale),
+    VERDA_SIM_COMMAND(Subtotal),        VERDA_SIM_COMMAND(Total),
+    VERDA_SIM_COMMAND(CloseFiscalInv),  VERDA_SIM_COMMAND(CancelFiscalInv),
+    VERDA_SIM_COMMAND(PrintReport),     VERDA_SIM_COMMAND(ParishOrConsumption),
+    VERDA_SIM_COMMAND(OpenServiceInv),  VERDA_SIM_COMMAND(PrintFreeTextInServiceInv),
+    VERDA_SIM_COMMAND(CloseServiceInv), VERDA_SIM_COMMAND(OpenCashDrawer),
+    VERDA_SIM_COMMAND(SetDateTime),     VERDA_SIM_COMMAND(GetStatusShift),
+    VERDA_SIM_COMMAND(DiagnosticInfo),  VERDA_SIM_COMMAND(CheckConnection),
+};
+#undef VERDA_SIM_COMMAND
+
+// NAME[:N], NAME an operation of kCommandNames or a command number.
+bool hangUpAfter(const std::string& text, HangUp& hangUp) {
+    const size_t colon = text.find(':');
+    const std::string name = text.substr(0, colon);
+    long long n = 1;
+    if (colon != std::string::npos && !number(text.substr(colon + 1), 1, 1000000, n)) return false;
+    hangUp.nth = static_cast<int>(n);
+    if (number(name, 0, 255, n)) {
+        hangUp.command = static_cast<int>(n);
+        return true;
+    }
+    for (const auto& entry : kCommandNames)
+        if (name == entry.name) {
+            hangUp.command = static_cast<int>(wire::number(entry.command));
+            return true;
+        }
+    return false;
+}
+
 }  // namespace
 
 bool parseOptions(const std::vector<std::string>& args, Options& o, std::string& error) {
@@ -79,10 +125,10 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
             continue;
         }
         static const char* const kValued[] = {
-            "--tcp",    "--paper",         "--state",     "--model",   "--firmware",
-            "--serial", "--device-number", "--fn-number", "--columns", "--baud",
-            "--seed",   "--delay-ms",      "--nak",       "--drop",    "--noise",
-            "--split",  "--syn",           "--crc",       "--delay"};
+            "--tcp",           "--paper",      "--state",   "--model", "--firmware", "--serial",
+            "--device-number", "--fn-number",  "--columns", "--baud",  "--seed",     "--delay-ms",
+            "--hang-up-after", "--hang-up-ms", "--nak",     "--drop",  "--noise",    "--split",
+            "--syn",           "--crc",        "--delay"};
         bool valued = false;
         for (const char* known : kValued) valued = valued || name == known;
         if (!valued) {
@@ -128,6 +174,11 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
         } else if (name == "--seed") {
             ok = number(value, 0, 4294967295LL, n);
             o.seed = static_cast<unsigned int>(n);
+        } else if (name == "--hang-up-after") {
+            ok = hangUpAfter(value, o.hangUp);
+        } else if (name == "--hang-up-ms") {
+            ok = number(value, 0, 600000, n);
+            o.hangUp.ms = static_cast<int>(n);
         } else if (name == "--delay-ms") {
             ok = number(value, 0, 60000, n);
             o.faults.delayMs = static_cast<int>(n);

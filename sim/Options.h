@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "sim/Faults.h"
+#include "sim/Link.h"
 #include "sim/State.h"
 
 namespace sim {
@@ -23,6 +24,7 @@ struct Options {
     FaultRates faults;
     unsigned int seed = 1;
     long baud = 0;  // 0: no pacing
+    HangUp hangUp;
     bool help = false;
 };
 
