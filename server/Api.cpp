@@ -58,6 +58,7 @@ json requestJson(const Request& r, bool full) {
                 {"updated", isoTime(r.updated)}};
     if (full) {
         out["body"] = r.body;
+        out["witness"] = r.witness;
         out["steps"] = json::array();
         for (const Step& s : r.steps)
             out["steps"].push_back({{"step", s.step}, {"at", isoTime(s.at)}, {"detail", s.detail}});

@@ -126,14 +126,15 @@ Worker::Worker(const DeviceConfig& config, Shared& shared, const std::string& st
         // code, on a loopback port of its own; its memory and paper lie
         // beside the journal.
         paperFile_ = stateDir + "/" + config.id + ".paper";
+        // It is started with the simulator's own command line, so that it
+        // is the register that verda-sim would be.
         sim::Options options;
-        options.transport = sim::Options::Tcp;
-        options.host = "127.0.0.1";
-        options.port = 0;
-        options.paper = paperFile_;
-        options.stateFile = stateDir + "/" + config.id + ".state";
-        simulator_.reset(new sim::Simulator(options));
         std::string error;
+        if (!sim::parseOptions({"--tcp", "127.0.0.1:0", "--paper", paperFile_, "--state",
+                                stateDir + "/" + config.id + ".state"},
+                               options, error))
+            throw std::runtime_error("simulated register: " + error);
+        simulator_.reset(new sim::Simulator(options));
         if (!simulator_->start(error)) throw std::runtime_error("simulated register: " + error);
         host_ = "127.0.0.1";
         port_ = simulator_->port();

@@ -130,7 +130,6 @@ int main(int argc, char** argv) {
         logError(e.what());
         return 1;
     }
-    for (auto& w : workers) w.second->start();
 
     httplib::Server http;
     const int threads = config.httpThreads;
@@ -160,6 +159,9 @@ int main(int argc, char** argv) {
     // The first line of standard output tells a person or a script where to go.
     std::printf("http://%s:%d\n", config.listenHost.c_str(), port);
     std::fflush(stdout);
+    // The library writes its transport messages to standard output too; they
+    // come after the address.
+    for (auto& w : workers) w.second->start();
     json registers = json::array();
     for (const DeviceConfig& d : config.devices) registers.push_back({{"id", d.id}, {"transport", d.transport()}});
     logInfo("listening", {{"address", config.listenHost + ":" + std::to_string(port)},
