@@ -258,11 +258,10 @@ void Worker::loop() {
                 queue_.pop_front();
             }
         }
-        if (job) {
-            execute(*job);
-        }
-        // The request's own effect shows in the reading at once.
-        if (device_->isOpen()) refresh();
+        if (job) execute(*job);
+        // The request's own effect shows in the reading at once, unless more
+        // requests wait: then the reading follows the last of them.
+        if (device_->isOpen() && queueDepth() == 0) refresh();
     }
     // Shut-down: what is still queued was never sent.
     std::deque<std::shared_ptr<Job>> left;

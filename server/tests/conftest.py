@@ -176,8 +176,8 @@ def sim_factory(programs, tmp_path):
 def server_factory(programs, tmp_path):
     servers = []
 
-    def make(*args, token=None, folder="server"):
-        server = Server(programs[0], tmp_path / folder, *args, token=token)
+    def make(*args, token=None, folder="server", root=None):
+        server = Server(programs[0], (root or tmp_path) / folder, *args, token=token)
         servers.append(server)
         return server
     yield make
