@@ -5,9 +5,10 @@
 #                                 pkg-config file, the CMake package, and the
 #                                 programs with their man pages
 #   cpack --config <build>/CPackConfig.cmake
-#                                 three .deb files: libcorteliaverda1 (library),
-#                                 libcorteliaverda-dev (development files) and
-#                                 corteliaverda-tools (programs)
+#                                 four .deb files: libcorteliaverda1 (library),
+#                                 libcorteliaverda-dev (development files),
+#                                 corteliaverda-tools (programs) and
+#                                 python3-corteliaverda (the Python package)
 #
 # Packages go to /usr: configure with -DCMAKE_INSTALL_PREFIX=/usr so that the
 # library lands in Debian's multiarch directory (lib/x86_64-linux-gnu or
@@ -142,6 +143,16 @@ function(verda_debian_packages)
   string(CONCAT CPACK_DEBIAN_TOOLS_DESCRIPTION
       "driver library for VERDA fiscal cash registers - programs\n"
       "The command-line tool and the register simulator, with their man pages.")
+
+  # Pure Python over the library of the machine's own architecture.
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-corteliaverda)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3, ${library} (= ${version})")
+  string(CONCAT CPACK_DEBIAN_PYTHON_DESCRIPTION
+      "driver library for VERDA fiscal cash registers - Python package\n"
+      "The package verda: every operation of the register as a method of\n"
+      "verda.Device, over the library's C interface (ctypes).")
 
   include(CPack)
 endfunction()

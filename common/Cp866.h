@@ -2,8 +2,8 @@
 #define VERDA_COMMON_CP866_H
 
 // The register's code page as Unicode, for our programs (the simulator and
-// the command-line tool) that show device text to a person. Not part of the
-// library and not installed.
+// the command-line tool) that show device text to a person, and for the
+// library's C interface, which speaks UTF-8. Header-only and not installed.
 
 #include <string>
 
@@ -36,6 +36,50 @@ inline void appendUtf8(std::string& out, unsigned int code) {
         out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
         out += static_cast<char>(0x80 | (code & 0x3F));
     }
+}
+
+// Reads one UTF-8 character of text at index i into code and moves i past
+// it. False for a malformed or overlong sequence, a surrogate or a value
+// above U+10FFFF.
+inline bool decodeUtf8(const std::string& text, std::string::size_type& i, unsigned int& code) {
+    const unsigned char lead = static_cast<unsigned char>(text[i++]);
+    int more = 0;
+    if (lead < 0x80) {
+        code = lead;
+        return true;
+    } else if (lead >= 0xC2 && lead <= 0xDF) {
+        code = lead & 0x1F, more = 1;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        code = lead & 0x0F, more = 2;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        code = lead & 0x07, more = 3;
+    } else {
+        return false;
+    }
+    const unsigned int least[] = {0, 0x80, 0x800, 0x10000};
+    for (int k = 0; k < more; ++k) {
+        if (i >= text.size()) return false;
+        const unsigned char next = static_cast<unsigned char>(text[i]);
+        if ((next & 0xC0) != 0x80) return false;
+        ++i;
+        code = (code << 6) | (next & 0x3F);
+    }
+    return code >= least[more] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+}
+
+// The CP866 byte of code, when it has one.
+inline bool toByte(unsigned int code, unsigned char& byte) {
+    if (code < 0x80) {
+        byte = static_cast<unsigned char>(code);
+        return true;
+    }
+    for (unsigned int i = 0; i < 128; ++i) {
+        if (kUpperHalf[i] == code) {
+            byte = static_cast<unsigned char>(0x80 + i);
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace cp866

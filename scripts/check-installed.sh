@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Builds the Debian packages of a configured and built tree, unpacks them into
 # a scratch root, and proves the installed files complete: each public header
-# compiles on its own, no internal header is installed, and the examples build
-# against the unpacked files alone, once with pkg-config and once with
-# find_package(CorteliaVERDA), and run against the packaged simulator.
+# compiles on its own (the C interface's also as C99), no internal header is
+# installed, and the examples build against the unpacked files alone, once
+# with pkg-config and once with find_package(CorteliaVERDA), and run against
+# the packaged simulator; on the build machine's own architecture the Python
+# example runs too, with the packaged Python package.
 # Usage: check-installed.sh BUILD-DIR
 set -euo pipefail
 source=$(cd "$(dirname "$0")/.." && pwd)
@@ -36,7 +38,7 @@ export PKG_CONFIG_SYSROOT_DIR=$work/root
   echo "check-installed: libCorteliaVERDA.so and .so.1 links missing in $libdir" >&2; exit 1; }
 
 include=$usr/include/CorteliaVERDA
-for internal in device/Command.h api/Globals.h; do
+for internal in device/Command.h api/Globals.h capi/Wrapper.h; do
   if [ -e "$include/$internal" ]; then
     echo "check-installed: internal header $internal is installed" >&2
     exit 1
@@ -47,7 +49,9 @@ for header in $headers; do
   echo "#include \"$header\"" | g++ -std=c++17 "${cxxflags[@]}" -fsyntax-only -Wall -Wextra \
     -Werror $(pkg-config --cflags CorteliaVERDA) -x c++ -
 done
-say "$(wc -w <<<"$headers") headers compile on their own"
+gcc -std=c99 -pedantic "${cxxflags[@]}" -fsyntax-only -Wall -Wextra -Werror \
+  $(pkg-config --cflags CorteliaVERDA) -x c - <<<'#include "capi/verda.h"'
+say "$(wc -w <<<"$headers") headers compile on their own, capi/verda.h also as C99"
 
 # sell_receipt needs the selling functions; a tree without them builds the
 # other examples only.
@@ -65,6 +69,9 @@ for example in "${examples[@]}"; do
   g++ -std=c++17 "${cxxflags[@]}" -Wall -Wextra -Werror "$source/examples/$example.cpp" \
     $(pkg-config --cflags --libs CorteliaVERDA) -o "$work/pkg-config/$example"
 done
+gcc -std=c99 "${cxxflags[@]}" -Wall -Wextra -Werror "$source/examples/receipt.c" \
+  $(pkg-config --cflags --libs CorteliaVERDA) -o "$work/pkg-config/receipt"
+examples+=(receipt)
 say "examples built with pkg-config: ${examples[*]}"
 CXXFLAGS="-Wall -Wextra -Werror" cmake -S "$source/examples" -B "$work/cmake" \
   -DCMAKE_PREFIX_PATH="$usr" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
@@ -112,6 +119,13 @@ against_simulator() {
       HOME=$work run "$work/$variant/$example" tcp "${address%:*}" "${address##*:}"
     done
   done
+  # The Python package is the build machine's: Debian's interpreter loads the
+  # packaged library of its own architecture only.
+  if [ -z "$emulator" ]; then
+    say "examples/receipt.py with the packaged Python package against verda-sim at $address"
+    PYTHONPATH=$(dirname "$(dirname "$(find "$usr/lib/python3" -path '*/verda/__init__.py')")") \
+      /usr/bin/python3 "$source/examples/receipt.py" tcp "${address%:*}" "${address##*:}"
+  fi
   kill $sim
   wait $sim 2>/dev/null || true
   say "the paper of the simulator:"
