@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "Generic.h"
 #include "Log.h"
 #include "OpenApiDocument.h"
 #include "Orders.h"
@@ -51,10 +52,15 @@ std::string hashOf(const std::string& text) {
 }
 
 json requestJson(const Request& r, bool full) {
-    json out = {{"key", r.key},         {"device", r.device},   {"method", r.method},
-                {"route", r.route},     {"kind", r.kind},       {"state", r.state},
+    json out = {{"key", r.key},
+                {"device", r.device},
+                {"method", r.method},
+                {"route", r.route},
+                {"kind", r.kind},
+                {"state", r.state},
                 {"status", r.status == 0 ? json() : json(r.status)},
-                {"answer", r.answer},   {"created", isoTime(r.created)},
+                {"answer", r.answer},
+                {"created", isoTime(r.created)},
                 {"updated", isoTime(r.updated)}};
     if (full) {
         out["body"] = r.body;
@@ -70,13 +76,15 @@ json requestJson(const Request& r, bool full) {
 long long timeParam(const httplib::Request& req, const char* name) {
     if (!req.has_param(name)) return 0;
     const std::string text = req.get_param_value(name);
-    if (!text.empty() && text.size() <= 15 && text.find_first_not_of("0123456789") == std::string::npos)
+    if (!text.empty() && text.size() <= 15 &&
+        text.find_first_not_of("0123456789") == std::string::npos)
         return std::stoll(text);
     std::tm t = std::tm();
     int ms = 0;
     char tail = 0;
-    const int got = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%c", &t.tm_year, &t.tm_mon,
-                                &t.tm_mday, &t.tm_hour, &t.tm_min, &t.tm_sec, &ms, &tail);
+    const int got =
+        std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%c", &t.tm_year, &t.tm_mon,
+                    &t.tm_mday, &t.tm_hour, &t.tm_min, &t.tm_sec, &ms, &tail);
     int got2 = 0;
     if (got != 7) {
         ms = 0;
@@ -91,11 +99,12 @@ long long timeParam(const httplib::Request& req, const char* name) {
 }
 
 int intParam(const std::string& text, const std::string& name, int low, int high) {
-    if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos ||
-        std::stoi(text) < low || std::stoi(text) > high)
-        throw HttpError{400, "a whole number from " + std::to_string(low) + " to " +
-                                 std::to_string(high),
-                        name};
+    if (text.empty() || text.size() > 9 ||
+        text.find_first_not_of("0123456789") != std::string::npos || std::stoi(text) < low ||
+        std::stoi(text) > high)
+        throw HttpError{
+            400, "a whole number from " + std::to_string(low) + " to " + std::to_string(high),
+            name};
     return std::stoi(text);
 }
 
@@ -123,13 +132,15 @@ Worker& Api::worker(const std::string& id) {
 Clock::time_point Api::deadline(const httplib::Request& req) {
     int ms = shared_.config.deadlineMs;
     if (req.has_header("X-Deadline-Ms"))
-        ms = intParam(req.get_header_value("X-Deadline-Ms"), "X-Deadline-Ms", 1, kLongestDeadlineMs);
+        ms =
+            intParam(req.get_header_value("X-Deadline-Ms"), "X-Deadline-Ms", 1, kLongestDeadlineMs);
     return Clock::now() + std::chrono::milliseconds(ms);
 }
 
 void Api::route(httplib::Server& http, const char* method, const std::string& pattern,
                 const std::string& name, Handler handler) {
-    auto wrapped = [this, name, method, handler](const httplib::Request& req, httplib::Response& res) {
+    auto wrapped = [this, name, method, handler](const httplib::Request& req,
+                                                 httplib::Response& res) {
         const auto begin = Clock::now();
         try {
             handler(req, res);
@@ -196,7 +207,9 @@ void Api::change(const httplib::Request& req, httplib::Response& res, const std:
     bool inserted = false;
     Request existing = shared_.journal.begin(r, inserted);
     if (inserted) {
-        shared_.events.publish("request", {{"key", key}, {"device", r.device}, {"step", "received"},
+        shared_.events.publish("request", {{"key", key},
+                                           {"device", r.device},
+                                           {"step", "received"},
                                            {"state", state::kReceived}});
     } else {
         if (existing.hash != r.hash)
@@ -223,7 +236,8 @@ void Api::change(const httplib::Request& req, httplib::Response& res, const std:
 void Api::install(httplib::Server& http) {
     http.set_payload_max_length(kLargestBody);
     const std::string token = shared_.config.token;
-    http.set_pre_routing_handler([this, token](const httplib::Request& req, httplib::Response& res) {
+    http.set_pre_routing_handler([this, token](const httplib::Request& req,
+                                               httplib::Response& res) {
         if (token.empty() || (req.method == "GET" && req.path == "/health"))
             return httplib::Server::HandlerResponse::Unhandled;
         const std::string expected = "Bearer " + token;
@@ -244,7 +258,8 @@ void Api::install(httplib::Server& http) {
         } else if (res.body.empty()) {
             sendError(res, res.status, res.status == 404 ? "no such route" : "bad request");
         }
-        if (res.status == 400 || res.status == 404) shared_.metrics.request("unknown", req.method, res.status, 0);
+        if (res.status == 400 || res.status == 404)
+            shared_.metrics.request("unknown", req.method, res.status, 0);
     });
 
     route(http, "GET", "/health", "/health", [](const httplib::Request&, httplib::Response& res) {
@@ -254,16 +269,19 @@ void Api::install(httplib::Server& http) {
           [](const httplib::Request&, httplib::Response& res) {
               res.set_content(kOpenApiDocument, "application/json");
           });
-    route(http, "GET", "/metrics", "/metrics", [this](const httplib::Request&, httplib::Response& res) {
-        std::map<std::string, Metrics::DeviceGauges> gauges;
-        for (auto& w : workers_) gauges[w.first] = {w.second->queueDepth(), w.second->online()};
-        res.set_content(shared_.metrics.render(gauges), "text/plain; version=0.0.4");
-    });
-    route(http, "GET", "/devices", "/devices", [this](const httplib::Request&, httplib::Response& res) {
-        json out = json::array();
-        for (auto& w : workers_) out.push_back(w.second->describe());
-        send(res, 200, out);
-    });
+    route(http, "GET", "/metrics", "/metrics",
+          [this](const httplib::Request&, httplib::Response& res) {
+              std::map<std::string, Metrics::DeviceGauges> gauges;
+              for (auto& w : workers_)
+                  gauges[w.first] = {w.second->queueDepth(), w.second->online()};
+              res.set_content(shared_.metrics.render(gauges), "text/plain; version=0.0.4");
+          });
+    route(http, "GET", "/devices", "/devices",
+          [this](const httplib::Request&, httplib::Response& res) {
+              json out = json::array();
+              for (auto& w : workers_) out.push_back(w.second->describe());
+              send(res, 200, out);
+          });
     route(http, "GET", "/devices/([^/]+)", "/devices/{id}",
           [this](const httplib::Request& req, httplib::Response& res) {
               send(res, 200, worker(req.matches[1]).describe());
@@ -359,16 +377,30 @@ void Api::install(httplib::Server& http) {
               });
           });
 
+    route(http, "POST", "/devices/([^/]+)/operations/([A-Za-z0-9_]{1,64})",
+          "/devices/{id}/operations/{name}",
+          [this](const httplib::Request& req, httplib::Response& res) {
+              const std::string name = req.matches[2];
+              change(req, res, operationKind(name),
+                     [name](const json& body) { return prepareCall(name, body); });
+          });
+    route(http, "GET", "/operations", "/operations",
+          [](const httplib::Request&, httplib::Response& res) {
+              send(res, 200, {{"operations", listOperations()}});
+          });
+
     // --- Reads through a register's queue ----------------------------------------------
-    auto readRoute = [this, &http](const std::string& pattern, const std::string& name,
-                                   std::function<std::function<json(Device&)>(const httplib::Request&)> make) {
-        route(http, "GET", pattern, name, [this, make](const httplib::Request& req, httplib::Response& res) {
-            Worker& w = worker(req.matches[1]);
-            auto task = make(req);
-            const Outcome o = w.read(task, deadline(req));
-            send(res, o.status, o.body);
-        });
-    };
+    auto readRoute =
+        [this, &http](const std::string& pattern, const std::string& name,
+                      std::function<std::function<json(Device&)>(const httplib::Request&)> make) {
+            route(http, "GET", pattern, name,
+                  [this, make](const httplib::Request& req, httplib::Response& res) {
+                      Worker& w = worker(req.matches[1]);
+                      auto task = make(req);
+                      const Outcome o = w.read(task, deadline(req));
+                      send(res, o.status, o.body);
+                  });
+        };
     readRoute("/devices/([^/]+)/clock", "/devices/{id}/clock",
               [](const httplib::Request&) { return [](Device& d) { return readClock(d); }; });
     readRoute("/devices/([^/]+)/articles", "/devices/{id}/articles", [](const httplib::Request&) {
@@ -390,17 +422,19 @@ void Api::install(httplib::Server& http) {
               });
 
     // --- The journal ----------------------------------------------------------------------
-    route(http, "GET", "/requests", "/requests", [this](const httplib::Request& req, httplib::Response& res) {
-        RequestFilter f;
-        if (req.has_param("device")) f.device = req.get_param_value("device");
-        if (req.has_param("state")) f.state = req.get_param_value("state");
-        f.since = timeParam(req, "since");
-        f.until = timeParam(req, "until");
-        if (req.has_param("limit")) f.limit = intParam(req.get_param_value("limit"), "limit", 1, 10000);
-        json out = json::array();
-        for (const Request& r : shared_.journal.list(f)) out.push_back(requestJson(r, false));
-        send(res, 200, {{"requests", out}});
-    });
+    route(http, "GET", "/requests", "/requests",
+          [this](const httplib::Request& req, httplib::Response& res) {
+              RequestFilter f;
+              if (req.has_param("device")) f.device = req.get_param_value("device");
+              if (req.has_param("state")) f.state = req.get_param_value("state");
+              f.since = timeParam(req, "since");
+              f.until = timeParam(req, "until");
+              if (req.has_param("limit"))
+                  f.limit = intParam(req.get_param_value("limit"), "limit", 1, 10000);
+              json out = json::array();
+              for (const Request& r : shared_.journal.list(f)) out.push_back(requestJson(r, false));
+              send(res, 200, {{"requests", out}});
+          });
     route(http, "GET", "/requests/(.+)", "/requests/{key}",
           [this](const httplib::Request& req, httplib::Response& res) {
               auto r = shared_.journal.get(req.matches[1]);
@@ -414,38 +448,45 @@ void Api::install(httplib::Server& http) {
               Worker& w = worker(req.matches[1]);
               if (!w.simulated()) throw HttpError{404, "only a simulated register has paper", "id"};
               long long from = 0;
-              if (req.has_param("from")) from = intParam(req.get_param_value("from"), "from", 0, 999999999);
+              if (req.has_param("from"))
+                  from = intParam(req.get_param_value("from"), "from", 0, 999999999);
               std::ifstream file(w.paperFile(), std::ios::binary);
               file.seekg(0, std::ios::end);
               const long long size = file ? static_cast<long long>(file.tellg()) : 0;
               if (from > size) from = size;
-              std::string text(static_cast<size_t>(std::min<long long>(size - from, kLargestBody)), '\0');
+              std::string text(static_cast<size_t>(std::min<long long>(size - from, kLargestBody)),
+                               '\0');
               file.seekg(from);
               file.read(&text[0], static_cast<std::streamsize>(text.size()));
               text.resize(wholeCharacters(text));
-              send(res, 200, {{"from", from}, {"next", from + static_cast<long long>(text.size())}, {"text", text}});
+              send(res, 200,
+                   {{"from", from},
+                    {"next", from + static_cast<long long>(text.size())},
+                    {"text", text}});
           });
-    route(http, "GET", "/events", "/events", [this](const httplib::Request& req, httplib::Response& res) {
-        unsigned long long last = shared_.events.last();
-        if (req.has_header("Last-Event-ID"))
-            last = static_cast<unsigned long long>(
-                intParam(req.get_header_value("Last-Event-ID"), "Last-Event-ID", 0, 999999999));
-        auto position = std::make_shared<unsigned long long>(last);
-        res.set_header("Cache-Control", "no-cache");
-        res.set_chunked_content_provider(
-            "text/event-stream", [this, position](size_t, httplib::DataSink& sink) {
-                const auto events = shared_.events.after(*position, 15000);
-                if (shared_.events.closed()) return false;
-                std::string out;
-                for (const Event& e : events) {
-                    out += "id: " + std::to_string(e.id) + "\nevent: " + e.type + "\ndata: " +
-                           e.data.dump(-1, ' ', false, json::error_handler_t::replace) + "\n\n";
-                    *position = e.id;
-                }
-                if (events.empty()) out = ": idle\n\n";
-                return sink.is_writable() && sink.write(out.data(), out.size());
-            });
-    });
+    route(http, "GET", "/events", "/events",
+          [this](const httplib::Request& req, httplib::Response& res) {
+              unsigned long long last = shared_.events.last();
+              if (req.has_header("Last-Event-ID"))
+                  last = static_cast<unsigned long long>(intParam(
+                      req.get_header_value("Last-Event-ID"), "Last-Event-ID", 0, 999999999));
+              auto position = std::make_shared<unsigned long long>(last);
+              res.set_header("Cache-Control", "no-cache");
+              res.set_chunked_content_provider(
+                  "text/event-stream", [this, position](size_t, httplib::DataSink& sink) {
+                      const auto events = shared_.events.after(*position, 15000);
+                      if (shared_.events.closed()) return false;
+                      std::string out;
+                      for (const Event& e : events) {
+                          out += "id: " + std::to_string(e.id) + "\nevent: " + e.type + "\ndata: " +
+                                 e.data.dump(-1, ' ', false, json::error_handler_t::replace) +
+                                 "\n\n";
+                          *position = e.id;
+                      }
+                      if (events.empty()) out = ": idle\n\n";
+                      return sink.is_writable() && sink.write(out.data(), out.size());
+                  });
+          });
 }
 
 }  // namespace server

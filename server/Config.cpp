@@ -13,7 +13,8 @@ using nlohmann::json;
 namespace {
 
 bool parsePort(const std::string& text, int& port) {
-    if (text.empty() || text.size() > 5 || text.find_first_not_of("0123456789") != std::string::npos)
+    if (text.empty() || text.size() > 5 ||
+        text.find_first_not_of("0123456789") != std::string::npos)
         return false;
     port = std::stoi(text);
     return port <= 65535;
@@ -159,7 +160,8 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
         // The byte offset, turned into a line for a person.
         const std::string text = content.str();
         const size_t upto = std::min(static_cast<size_t>(e.byte), text.size());
-        const long line = 1 + std::count(text.begin(), text.begin() + static_cast<long>(upto), '\n');
+        const long line =
+            1 + std::count(text.begin(), text.begin() + static_cast<long>(upto), '\n');
         error = path + ":" + std::to_string(line) + ": not valid JSON: " + e.what();
         return false;
     }

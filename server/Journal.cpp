@@ -50,7 +50,8 @@ class Statement {
     bool row() {
         const int rc = sqlite3_step(stmt_);
         if (rc == SQLITE_ROW) return true;
-        if (rc != SQLITE_DONE) throw std::runtime_error(std::string("journal: ") + sqlite3_errmsg(db_));
+        if (rc != SQLITE_DONE)
+            throw std::runtime_error(std::string("journal: ") + sqlite3_errmsg(db_));
         return false;
     }
     void run() { row(); }
@@ -140,7 +141,8 @@ Request Journal::begin(const Request& request, bool& inserted) {
     std::lock_guard<std::mutex> lock(mutex_);
     exec("BEGIN IMMEDIATE");
     try {
-        Statement find(db_, (std::string("SELECT ") + kColumns + " FROM requests WHERE key=?").c_str());
+        Statement find(db_,
+                       (std::string("SELECT ") + kColumns + " FROM requests WHERE key=?").c_str());
         find.bind(1, request.key);
         if (find.row()) {
             Request existing = read(find.get());

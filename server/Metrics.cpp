@@ -68,11 +68,12 @@ void Metrics::settled(const std::string& device, const std::string& outcome) {
 std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::ostringstream out;
-    header(out, "verda_http_requests_total", "counter", "HTTP requests by route, method and status.");
+    header(out, "verda_http_requests_total", "counter",
+           "HTTP requests by route, method and status.");
     for (const auto& r : requests_)
-        out << "verda_http_requests_total{route=\"" << label(std::get<0>(r.first))
-            << "\",method=\"" << std::get<1>(r.first) << "\",status=\"" << std::get<2>(r.first)
-            << "\"} " << r.second << '\n';
+        out << "verda_http_requests_total{route=\"" << label(std::get<0>(r.first)) << "\",method=\""
+            << std::get<1>(r.first) << "\",status=\"" << std::get<2>(r.first) << "\"} " << r.second
+            << '\n';
     header(out, "verda_http_request_duration_seconds", "histogram",
            "Time from a request's arrival to its answer.");
     for (const auto& d : durations_) {
@@ -80,10 +81,10 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) 
         for (size_t i = 0; i < kBuckets.size(); ++i)
             out << "verda_http_request_duration_seconds_bucket{route=\"" << route << "\",le=\""
                 << kBuckets[i] << "\"} " << d.second.buckets[i] << '\n';
-        out << "verda_http_request_duration_seconds_bucket{route=\"" << route
-            << "\",le=\"+Inf\"} " << d.second.count << '\n';
-        out << "verda_http_request_duration_seconds_sum{route=\"" << route << "\"} "
-            << d.second.sum << '\n';
+        out << "verda_http_request_duration_seconds_bucket{route=\"" << route << "\",le=\"+Inf\"} "
+            << d.second.count << '\n';
+        out << "verda_http_request_duration_seconds_sum{route=\"" << route << "\"} " << d.second.sum
+            << '\n';
         out << "verda_http_request_duration_seconds_count{route=\"" << route << "\"} "
             << d.second.count << '\n';
     }
@@ -97,15 +98,15 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) 
     header(out, "verda_settled_requests_total", "counter",
            "Ambiguous or interrupted requests settled from the register, by outcome.");
     for (const auto& s : settled_)
-        out << "verda_settled_requests_total{device=\"" << label(s.first.first)
-            << "\",outcome=\"" << s.first.second << "\"} " << s.second << '\n';
+        out << "verda_settled_requests_total{device=\"" << label(s.first.first) << "\",outcome=\""
+            << s.first.second << "\"} " << s.second << '\n';
     header(out, "verda_queue_depth", "gauge", "Requests waiting for a register.");
     for (const auto& d : devices)
         out << "verda_queue_depth{device=\"" << label(d.first) << "\"} " << d.second.queue << '\n';
     header(out, "verda_device_online", "gauge", "1 while the link to a register is open.");
     for (const auto& d : devices)
-        out << "verda_device_online{device=\"" << label(d.first) << "\"} " << (d.second.online ? 1 : 0)
-            << '\n';
+        out << "verda_device_online{device=\"" << label(d.first) << "\"} "
+            << (d.second.online ? 1 : 0) << '\n';
     return out.str();
 }
 

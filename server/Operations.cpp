@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "Generic.h"
+
 namespace server {
 
 namespace {
@@ -30,8 +32,8 @@ int lastFiscalDocument(Device& d) {
     bool shiftOpen = false, over24h = false;
     int shift = 0, document = 0, unsent = 0, firstUnsent = 0;
     char since[64] = "";
-    VERDA_CALL(d, GetOFDandFNStatus, &shiftOpen, &over24h, &shift, &document, &unsent,
-               &firstUnsent, since, sizeof since);
+    VERDA_CALL(d, GetOFDandFNStatus, &shiftOpen, &over24h, &shift, &document, &unsent, &firstUnsent,
+               since, sizeof since);
     return document;
 }
 
@@ -127,9 +129,15 @@ json reportAnswer(char type, int number, int document, int sign, const double (&
 
 }  // namespace
 
+json witnessOfAny(Device& d) {
+    const CashTotals cash = cashTotals(d);
+    return {
+        {"fiscal_document", lastFiscalDocument(d)}, {"cash_in", cash.in}, {"cash_out", cash.out}};
+}
+
 bool mayFiscalise(const std::string& kind) {
-    return kind == "receipt" || kind == "shift-open" || kind == "z-report" || kind == "cash-in" ||
-           kind == "cash-out";
+    return operationMayFiscalise(kind) || kind == "receipt" || kind == "shift-open" ||
+           kind == "z-report" || kind == "cash-in" || kind == "cash-out";
 }
 
 json runReceipt(Run& run, const ReceiptOrder& order) {
@@ -292,23 +300,27 @@ json readArticles(Device& d) {
         double price = 0, stock = 0, sold = 0, turnover = 0;
         char bars[4][32] = {"", "", "", ""}, name[160] = "";
         const int result =
-            first ? verda_PrgAndReadArticleF(d.handle(), &code, &tax, &department, &group,
-                                             &priceType, &price, &stock, &sold, &turnover, bars[0],
-                                             sizeof bars[0], bars[1], sizeof bars[1], bars[2],
-                                             sizeof bars[2], bars[3], sizeof bars[3], name,
-                                             sizeof name)
-                  : verda_PrgAndReadArticleN(d.handle(), &code, &tax, &department, &group,
-                                             &priceType, &price, &stock, &sold, &turnover, bars[0],
-                                             sizeof bars[0], bars[1], sizeof bars[1], bars[2],
-                                             sizeof bars[2], bars[3], sizeof bars[3], name,
-                                             sizeof name);
+            first ? verda_PrgAndReadArticleF(
+                        d.handle(), &code, &tax, &department, &group, &priceType, &price, &stock,
+                        &sold, &turnover, bars[0], sizeof bars[0], bars[1], sizeof bars[1], bars[2],
+                        sizeof bars[2], bars[3], sizeof bars[3], name, sizeof name)
+                  : verda_PrgAndReadArticleN(
+                        d.handle(), &code, &tax, &department, &group, &priceType, &price, &stock,
+                        &sold, &turnover, bars[0], sizeof bars[0], bars[1], sizeof bars[1], bars[2],
+                        sizeof bars[2], bars[3], sizeof bars[3], name, sizeof name);
         if (result == kNoArticle) break;
         d.check(first ? "PrgAndReadArticleF" : "PrgAndReadArticleN", result);
         if (code <= previous) break;
         previous = code;
-        json article = {{"code", code},   {"name", name},         {"price", money(price)},
-                        {"tax", tax - '0'}, {"department", department}, {"group", group},
-                        {"stock", stock}, {"sold", sold},         {"turnover", money(turnover)}};
+        json article = {{"code", code},
+                        {"name", name},
+                        {"price", money(price)},
+                        {"tax", tax - '0'},
+                        {"department", department},
+                        {"group", group},
+                        {"stock", stock},
+                        {"sold", sold},
+                        {"turnover", money(turnover)}};
         if (bars[0][0] != 0) article["barcode"] = bars[0];
         out.push_back(article);
     }
@@ -323,6 +335,18 @@ json settle(Device& d, const Request& r) {
         if (r.state != state::kReceived) freeRegister(d);
         return nullptr;
     }
+    if (w.contains("cash_in") && w.contains("fiscal_document")) {
+        // An operation called by name: whether it moved either counter.
+        const CashTotals cash = cashTotals(d);
+        const bool moved = lastFiscalDocument(d) > w["fiscal_document"].get<int>() ||
+                           cash.in > w["cash_in"].get<double>() + 0.005 ||
+                           cash.out > w["cash_out"].get<double>() + 0.005;
+        if (!moved) {
+            freeRegister(d);
+            return nullptr;
+        }
+        return committed({{"settled", true}});
+    }
     if (w.contains("fiscal_document")) {
         const int before = w["fiscal_document"].get<int>();
         if (lastFiscalDocument(d) <= before) {
@@ -332,8 +356,8 @@ json settle(Device& d, const Request& r) {
         // The next fiscal document is this request's: only this worker
         // drives the register.
         const json document = journalDocument(d, before + 1, true);
-        json answer = {{"document", before + 1}, {"sign", signOf(document)},
-                       {"shift", document["shift"]}};
+        json answer = {
+            {"document", before + 1}, {"sign", signOf(document)}, {"shift", document["shift"]}};
         if (r.kind == "receipt") {
             for (const Step& s : r.steps)
                 if (s.step == "closing")
@@ -376,20 +400,30 @@ json readStatus(Device& d) {
                sizeof since);
     return {
         {"shift",
-         {{"open", shiftOpen}, {"number", shift}, {"over_24h", over24h},
-          {"minutes", shiftOpen ? json(shiftMinutes) : json()}, {"receipts", receipts}}},
+         {{"open", shiftOpen},
+          {"number", shift},
+          {"over_24h", over24h},
+          {"minutes", shiftOpen ? json(shiftMinutes) : json()},
+          {"receipts", receipts}}},
         {"document",
-         {{"open", open == '1' ? "receipt" : open == '2' ? "service" : "none"},
+         {{"open", open == '1'   ? "receipt"
+                   : open == '2' ? "service"
+                                 : "none"},
           {"number", open == '1' || open == '2' ? json(number) : json()},
           {"lines", items},
           {"total", money(amount)},
           {"paid", money(paid)}}},
         {"fiscal_drive",
-         {{"number", fn}, {"version", version}, {"phase", phase}, {"deadline", deadline},
-          {"warnings", warnings}, {"registrations_left", registrations},
+         {{"number", fn},
+          {"version", version},
+          {"phase", phase},
+          {"deadline", deadline},
+          {"warnings", warnings},
+          {"registrations_left", registrations},
           {"last_document", lastDocument}}},
         {"unsent",
-         {{"count", unsent}, {"first", unsent > 0 ? json(first) : json()},
+         {{"count", unsent},
+          {"first", unsent > 0 ? json(first) : json()},
           {"since", unsent > 0 ? json(since) : json()}}},
     };
 }

@@ -61,6 +61,10 @@ json readClock(Device& device);
 json readJournalDocument(Device& device, int number, bool byFiscalNumber);
 json readArticles(Device& device);
 
+// The register's counters that any fiscal step moves: the fiscal drive's
+// last document number and the shift's cash in and out.
+json witnessOfAny(Device& device);
+
 // Whether a kind of request may fiscalise a document, so that a lost link
 // in it must be settled from the register.
 bool mayFiscalise(const std::string& kind);

@@ -9,22 +9,25 @@ const char* const kReceiptTypes[4] = {"sale", "return", "purchase", "purchase-re
 
 namespace {
 
-const double kLargestAmount = 10000000;   // ten million roubles
-const double kLargestQuantity = 100000;   // a hundred thousand units
-const size_t kLargestText = 64;           // a line of text or a name, in characters
-const size_t kMostLines = 500;            // sale lines or text lines of one document
+const double kLargestAmount = 10000000;  // ten million roubles
+const double kLargestQuantity = 100000;  // a hundred thousand units
+const size_t kLargestText = 64;          // a line of text or a name, in characters
+const size_t kMostLines = 500;           // sale lines or text lines of one document
 
 // Reading one JSON object field by field, naming each field in full.
 class Fields {
   public:
     Fields(const json& object, std::string path, std::initializer_list<const char*> known)
         : object_(object), path_(std::move(path)) {
-        if (!object.is_object()) throw BadInput{path_.empty() ? "body" : path_, "must be an object"};
+        if (!object.is_object())
+            throw BadInput{path_.empty() ? "body" : path_, "must be an object"};
         std::set<std::string> allowed(known.begin(), known.end());
         for (const auto& item : object.items())
             if (allowed.count(item.key()) == 0) throw BadInput{name(item.key()), "unknown field"};
     }
-    std::string name(const std::string& key) const { return path_.empty() ? key : path_ + "." + key; }
+    std::string name(const std::string& key) const {
+        return path_.empty() ? key : path_ + "." + key;
+    }
     bool has(const char* key) const { return object_.contains(key); }
     const json& at(const char* key) const { return object_.at(key); }
 
@@ -80,7 +83,8 @@ Adjustment readAdjustment(const json& v, const std::string& path, bool surcharge
     if (f.has("sum") == f.has("percent")) throw BadInput{path, "give sum or percent"};
     Adjustment a;
     const bool percent = f.has("percent");
-    a.value = percent ? f.amount("percent", 0, 100, true) : f.amount("sum", 0, kLargestAmount, true);
+    a.value =
+        percent ? f.amount("percent", 0, 100, true) : f.amount("sum", 0, kLargestAmount, true);
     a.kind = static_cast<char>((surcharge ? '3' : '1') + (percent ? 0 : 1));
     return a;
 }
@@ -150,9 +154,9 @@ ReceiptOrder readReceipt(const json& body) {
     const json& lines = list(body, "lines", "lines", kMostLines);
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string path = "lines[" + std::to_string(i) + "]";
-        Fields l(lines[i], path,
-                 {"name", "price", "article", "quantity", "tax", "department", "discount",
-                  "surcharge"});
+        Fields l(
+            lines[i], path,
+            {"name", "price", "article", "quantity", "tax", "department", "discount", "surcharge"});
         SaleLine line;
         if (l.has("article")) {
             if (l.has("name") || l.has("price") || l.has("tax") || l.has("department"))

@@ -186,7 +186,8 @@ void Worker::setLink(const std::string& state, const std::string& error) {
     }
     if (changed) {
         shared_.events.publish("device", {{"id", config_.id}, {"link", state}});
-        if (state != "reconnecting") logInfo("register " + state, {{"device", config_.id}, {"error", error}});
+        if (state != "reconnecting")
+            logInfo("register " + state, {{"device", config_.id}, {"error", error}});
     }
 }
 
@@ -250,7 +251,8 @@ void Worker::loop() {
         std::shared_ptr<Job> job;
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            const auto refreshAt = lastRefresh_ + std::chrono::milliseconds(shared_.config.refreshMs);
+            const auto refreshAt =
+                lastRefresh_ + std::chrono::milliseconds(shared_.config.refreshMs);
             wake_.wait_until(lock, refreshAt, [&] { return stopping_ || !queue_.empty(); });
             if (stopping_) break;
             if (!queue_.empty()) {
@@ -332,7 +334,8 @@ void Worker::settleOne(const Request& r) {
         const json answer = settle(*device_, r);
         const std::string outcome = answer.is_null() ? state::kNotCommitted : state::kCommitted;
         shared_.record(config_.id, r.key, "settled", {{"outcome", outcome}}, outcome,
-                       answer.is_null() ? 503 : 200, answer.is_null() ? notCommittedBody() : answer);
+                       answer.is_null() ? 503 : 200,
+                       answer.is_null() ? notCommittedBody() : answer);
         shared_.metrics.settled(config_.id, outcome);
         logInfo("request settled", {{"device", config_.id}, {"key", r.key}, {"outcome", outcome}});
     } catch (const LinkLost& lost) {
@@ -389,7 +392,8 @@ void Worker::execute(Job& job) {
         outcome = job.run(job);
     } catch (const std::exception& e) {
         // The journal could not be written: nothing more is sent for it.
-        logError(std::string("request failed: ") + e.what(), {{"device", config_.id}, {"key", job.key}});
+        logError(std::string("request failed: ") + e.what(),
+                 {{"device", config_.id}, {"key", job.key}});
         outcome = Outcome{500, errorBody(500, e.what())};
     }
     finish(job, outcome);
@@ -438,10 +442,12 @@ Outcome Worker::perform(const Request& request, std::function<json(Run&)> task,
                     shared_.record(config_.id, key, name, detail);
                 },
                 [&](const json& witness) {
-                    shared_.journal.sent(key, witness, attempt > 0 ? json{{"attempt", attempt + 1}} : json());
-                    shared_.events.publish("request",
-                                           {{"key", key}, {"device", config_.id}, {"step", "sent"},
-                                            {"state", state::kSent}});
+                    shared_.journal.sent(key, witness,
+                                         attempt > 0 ? json{{"attempt", attempt + 1}} : json());
+                    shared_.events.publish("request", {{"key", key},
+                                                       {"device", config_.id},
+                                                       {"step", "sent"},
+                                                       {"state", state::kSent}});
                     sent = true;
                 });
             try {
@@ -481,7 +487,8 @@ Outcome Worker::perform(const Request& request, std::function<json(Run&)> task,
                     return Outcome{504, body};
                 }
                 shared_.metrics.ambiguous(config_.id);
-                json body = {{"state", state::kAmbiguous}, {"key", key}, {"operation", lost.operation}};
+                json body = {
+                    {"state", state::kAmbiguous}, {"key", key}, {"operation", lost.operation}};
                 if (!run.fiscal && attempt == 0 && reconnect(j.deadline)) {
                     // Lost before the fiscal step: settled now, and run again once.
                     shared_.record(config_.id, key, state::kAmbiguous, detail, state::kAmbiguous);
@@ -504,8 +511,10 @@ Outcome Worker::perform(const Request& request, std::function<json(Run&)> task,
                     } catch (const Refused&) {
                     }
                 }
-                shared_.record(config_.id, key, state::kAmbiguous, detail, state::kAmbiguous, 202, body);
-                logWarn("request ambiguous", {{"device", config_.id}, {"key", key}, {"operation", lost.operation}});
+                shared_.record(config_.id, key, state::kAmbiguous, detail, state::kAmbiguous, 202,
+                               body);
+                logWarn("request ambiguous",
+                        {{"device", config_.id}, {"key", key}, {"operation", lost.operation}});
                 return Outcome{202, body};
             }
         }

@@ -52,7 +52,8 @@ int main(int argc, char** argv) {
     std::string configFile, listen, journal, token;
     std::vector<std::string> devices;
     app.add_option("--config", configFile, "configuration file (JSON with comments)");
-    app.add_option("--listen", listen, "HOST:PORT to listen on (default 127.0.0.1:8035; port 0 picks one)");
+    app.add_option("--listen", listen,
+                   "HOST:PORT to listen on (default 127.0.0.1:8035; port 0 picks one)");
     app.add_option("--device", devices,
                    "a register: ID=tcp:HOST:PORT, ID=serial:PATH[@BAUD] or ID=sim (repeatable)");
     app.add_option("--journal", journal, "the journal's SQLite file (default verda-server.db)");
@@ -133,7 +134,9 @@ int main(int argc, char** argv) {
 
     httplib::Server http;
     const int threads = config.httpThreads;
-    http.new_task_queue = [threads] { return new httplib::ThreadPool(static_cast<size_t>(threads)); };
+    http.new_task_queue = [threads] {
+        return new httplib::ThreadPool(static_cast<size_t>(threads));
+    };
     const time_t readSeconds = config.readTimeoutMs / 1000;
     const time_t readMicros = (config.readTimeoutMs % 1000) * 1000;
     http.set_read_timeout(readSeconds, readMicros);
@@ -163,9 +166,11 @@ int main(int argc, char** argv) {
     // come after the address.
     for (auto& w : workers) w.second->start();
     json registers = json::array();
-    for (const DeviceConfig& d : config.devices) registers.push_back({{"id", d.id}, {"transport", d.transport()}});
+    for (const DeviceConfig& d : config.devices)
+        registers.push_back({{"id", d.id}, {"transport", d.transport()}});
     logInfo("listening", {{"address", config.listenHost + ":" + std::to_string(port)},
-                          {"journal", config.journal}, {"devices", registers},
+                          {"journal", config.journal},
+                          {"devices", registers},
                           {"token", !config.token.empty()}});
 
     std::thread waiter([&] {

@@ -197,3 +197,27 @@ def test_bad_configuration_file(programs, tmp_path, text, named):
     config.write_text(text)
     run = subprocess.run([programs[0], "--config", str(config)], capture_output=True, text=True, timeout=WAIT)
     assert run.returncode == 2 and named in run.stderr, run.stderr
+
+
+def test_any_operation_by_name(shop):
+    listed = checked(shop.get("/operations"), "/operations", "get", 200)["operations"]
+    close = next(op for op in listed if op["name"] == "CloseFiscalInv")
+    assert [(p["name"], p["direction"]) for p in close["parameters"]][:2] == [("SlipNumber", "out"), ("nFD", "out")]
+    path = "/devices/{id}/operations/{name}"
+    cash = checked(shop.change("/devices/sim/operations/ParishOrConsumption", {"Type": "0", "Amount": 50}),
+                   path, "post", 200)
+    assert cash["outputs"] == {"CashSum": 50, "CashIn": 50, "CashOut": 0}
+    record = shop.get("/requests").json()["requests"][0]
+    assert record["kind"] == "operation:ParishOrConsumption"
+    assert shop.get("/requests/" + record["key"]).json()["witness"] == {
+        "fiscal_document": 1, "cash_in": 0, "cash_out": 0}
+    name = checked(shop.change("/devices/sim/operations/DiagnosticInfo", {}), path, "post", 200)["outputs"]["Name"]
+    assert name == shop.device("sim")["model"]
+    refused = checked(shop.change("/devices/sim/operations/CloseFiscalInv", {}), path, "post", 422)
+    assert refused["error"]["operation"] == "CloseFiscalInv"
+    for name, body, field in [("NoSuchThing", {}, "name"), ("ParishOrConsumption", {"Type": "0"}, "Amount"),
+                              ("ParishOrConsumption", {"Type": "0", "Amount": "5"}, "Amount"),
+                              ("ParishOrConsumption", {"Type": "00", "Amount": 5}, "Type"),
+                              ("CloseFiscalInv", {"nFD": 1}, "nFD")]:
+        answer = shop.change("/devices/sim/operations/" + name, body)
+        assert checked(answer, path, "post", 400)["error"]["field"] == field, (name, body)

@@ -115,3 +115,15 @@ def test_server_killed_in_the_middle_of_receipts(server_factory, sim_factory):
             repeat = server.change("/devices/shop/receipts", SALE, key=record["key"])
             assert repeat.status_code == 200, repeat.text
     assert server.x_report("shop")["sales"][0] == server.committed_total("shop") == round(211.3 * len(journaled), 2)
+
+
+def test_reply_lost_after_cash_in_by_operation_name(server_factory, sim_factory):
+    sim = sim_factory("--hang-up-after", "ParishOrConsumption:2")  # the first only reads the sums
+    server = shop_on(server_factory, sim)
+    open_shift(server)
+    pending = server.change("/devices/shop/operations/ParishOrConsumption", {"Type": "0", "Amount": 70}, key="cash")
+    assert checked(pending, "/devices/{id}/operations/{name}", "post", 202)["state"] == "ambiguous"
+    record = server.settled("cash")
+    assert record["state"] == "committed" and record["answer"] == {"state": "committed", "settled": True}
+    cash = checked(server.change("/devices/shop/cash-out", {"amount": 20}), "/devices/{id}/cash-out", "post", 200)
+    assert (cash["cash_in"], cash["cash_out"], cash["cash"]) == (70, 20, 50)
