@@ -137,6 +137,51 @@ else
   say "skip the run: the packages hold no verda-sim (no simulator in this tree)"
 fi
 
+# The server's package: its sample configuration (a conffile) and systemd
+# unit are there, and the server starts from that configuration with its
+# built-in simulated register and answers.
+against_server() {
+  local server url deb
+  deb=$(ls "$work"/packages/corteliaverda-server_*.deb)
+  dpkg-deb -I "$deb" conffiles | grep -qx /etc/verda/verda-server.conf || {
+    echo "check-installed: the server's configuration is not a conffile" >&2; exit 1; }
+  for file in etc/verda/verda-server.conf usr/lib/systemd/system/verda-server.service \
+              usr/share/man/man1/verda-server.1.gz; do
+    [ -f "$work/root/$file" ] || { echo "check-installed: $file is not packaged" >&2; exit 1; }
+  done
+  mkdir -p "$work/server"
+  "$usr/bin/verda-server" --config "$work/root/etc/verda/verda-server.conf" \
+    --listen 127.0.0.1:0 --journal "$work/server/journal.db" >"$work/server.out" 2>"$work/server.err" &
+  server=$!
+  trap "kill $server 2>/dev/null || true" EXIT
+  for _ in $(seq 100); do
+    url=$(grep -m1 -oE '^http://[0-9.]+:[0-9]+$' "$work/server.out" || true)
+    [ -n "$url" ] && break
+    kill -0 $server 2>/dev/null || break
+    sleep 0.1
+  done
+  if [ -z "$url" ]; then
+    echo "check-installed: verda-server printed no address:" >&2
+    cat "$work/server.err" >&2
+    exit 1
+  fi
+  curl -fsS "$url/health" | grep -q '"ok"'
+  for _ in $(seq 100); do
+    curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break
+    sleep 0.1
+  done
+  curl -fsS "$url/devices/sim" | grep -q '"state":"online"' || {
+    echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
+  kill $server
+  wait $server 2>/dev/null || true
+  say "verda-server from the packaged configuration answers /health, its register online"
+}
+if [ -x "$usr/bin/verda-server" ]; then
+  against_server
+else
+  say "skip the server: the packages hold no verda-server (its libraries are missing in this build)"
+fi
+
 # In CI (CI=true) the packages are also installed for real with apt, as a user
 # installs them, an example is built against /usr, and they are removed again.
 if [ "${CI:-}" = true ] && [ "$(dpkg-deb -f "$(ls "$work"/packages/libcorteliaverda[0-9]*.deb)" \
