@@ -95,6 +95,24 @@ for example in "${examples[@]}"; do
   done
 done
 
+# address_of NAME PID REGEX OUT ERR: the address that program NAME (process
+# PID) prints first on OUT, as it matches REGEX; with its ERR when it prints none.
+address_of() {
+  local address=""
+  for _ in $(seq 100); do
+    address=$(grep -m1 -oE "$3" "$4" || true)
+    [ -n "$address" ] && break
+    kill -0 "$2" 2>/dev/null || break
+    sleep 0.1
+  done
+  if [ -z "$address" ]; then
+    echo "check-installed: $1 printed no address:" >&2
+    cat "$5" >&2
+    exit 1
+  fi
+  echo "$address"
+}
+
 # The examples sell against the packaged simulator.
 against_simulator() {
   local sim address
@@ -102,17 +120,7 @@ against_simulator() {
     >"$work/sim.out" 2>&1 &
   sim=$!
   trap "kill $sim 2>/dev/null || true" EXIT
-  for _ in $(seq 100); do
-    address=$(grep -m1 -oE '^[0-9.]+:[0-9]+$' "$work/sim.out" || true)
-    [ -n "$address" ] && break
-    kill -0 $sim 2>/dev/null || break
-    sleep 0.1
-  done
-  if [ -z "$address" ]; then
-    echo "check-installed: verda-sim printed no address:" >&2
-    cat "$work/sim.out" >&2
-    exit 1
-  fi
+  address=$(address_of verda-sim $sim '^[0-9.]+:[0-9]+$' "$work/sim.out" "$work/sim.out")
   for example in "${examples[@]}"; do
     for variant in pkg-config cmake; do
       say "$variant/$example against verda-sim at $address"
@@ -154,17 +162,7 @@ against_server() {
     --listen 127.0.0.1:0 --journal "$work/server/journal.db" >"$work/server.out" 2>"$work/server.err" &
   server=$!
   trap "kill $server 2>/dev/null || true" EXIT
-  for _ in $(seq 100); do
-    url=$(grep -m1 -oE '^http://[0-9.]+:[0-9]+$' "$work/server.out" || true)
-    [ -n "$url" ] && break
-    kill -0 $server 2>/dev/null || break
-    sleep 0.1
-  done
-  if [ -z "$url" ]; then
-    echo "check-installed: verda-server printed no address:" >&2
-    cat "$work/server.err" >&2
-    exit 1
-  fi
+  url=$(address_of verda-server $server '^http://[0-9.]+:[0-9]+$' "$work/server.out" "$work/server.err")
   curl -fsS "$url/health" | grep -q '"ok"'
   for _ in $(seq 100); do
     curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break

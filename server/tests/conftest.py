@@ -19,6 +19,7 @@ WAIT = 120  # seconds: generous, for a slow shared machine
 def pytest_addoption(parser):
     parser.addoption("--server", required=True, help="the verda-server program")
     parser.addoption("--sim", required=True, help="the verda-sim program")
+    parser.addoption("--receipts", type=int, default=100, help="receipts of each client in the load test")
 
 
 def wait_until(what, condition, timeout=WAIT):
