@@ -2,13 +2,13 @@
 // directly, and how many receipts per second it commits with 1, 4 and 16
 // simulated registers. Not a test: it prints figures and never fails on one.
 //
-//   verda_server_bench [--calls N] [--seconds S] [--journal-dir DIR]
+//   verda_server_bench [--calls N] [--seconds S] [--clients C] [--journal-dir DIR]
 //
 // The overhead: the same operation N times directly through the C interface
 // against one verda-sim, and through GET or POST on a verda-server whose
 // register is another verda-sim, all on loopback; the medians and 99th
 // percentiles, and their differences. The throughput: 4 clients for each
-// register ring up one-line receipts for S seconds.
+// register (or C) ring up one-line receipts for S seconds.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -37,7 +37,8 @@ struct Child {
     std::string line;
 };
 
-Child spawn(const std::vector<std::string>& args) {
+// Its standard error goes to errors ("" : nowhere).
+Child spawn(const std::vector<std::string>& args, const std::string& errors = "") {
     int out[2];
     if (pipe(out) != 0) std::abort();
     Child child;
@@ -46,8 +47,9 @@ Child spawn(const std::vector<std::string>& args) {
         dup2(out[1], 1);
         close(out[0]);
         close(out[1]);
-        const int null = open("/dev/null", O_WRONLY);
-        dup2(null, 2);
+        const int sink = errors.empty() ? open("/dev/null", O_WRONLY)
+                                        : open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        dup2(sink, 2);
         std::vector<char*> argv;
         for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
@@ -108,14 +110,15 @@ void row(const char* what, Figures direct, Figures served) {
                 served.p99 - direct.p99);
 }
 
-Child server(const std::string& program, const std::string& journal, const std::vector<Child>& sims) {
+Child server(const std::string& program, const std::string& journal,
+             const std::vector<Child>& sims) {
     std::vector<std::string> args = {program, "--listen", "127.0.0.1:0", "--journal", journal};
     for (size_t i = 0; i < sims.size(); ++i) {
         args.push_back("--device");
         args.push_back("r" + std::to_string(i) + "=tcp:" + sims[i].line);
     }
     unlink(journal.c_str());
-    return spawn(args);
+    return spawn(args, journal + ".log");
 }
 
 // Waits until every register is online, then opens its shift.
@@ -142,11 +145,13 @@ std::string address(const Child& server) {
 
 int main(int argc, char** argv) {
     int calls = 2000, seconds = 10;
+    size_t perRegister = 4;
     std::string dir = "/tmp";
     for (int i = 1; i + 1 < argc; i += 2) {
         const std::string name = argv[i];
         if (name == "--calls") calls = std::atoi(argv[i + 1]);
         if (name == "--seconds") seconds = std::atoi(argv[i + 1]);
+        if (name == "--clients") perRegister = static_cast<size_t>(std::atoi(argv[i + 1]));
         if (name == "--journal-dir") dir = argv[i + 1];
     }
     signal(SIGPIPE, SIG_IGN);
@@ -159,14 +164,15 @@ int main(int argc, char** argv) {
     Child srv = server(serverProgram, journal, served);
     httplib::Client http(address(srv));
     http.set_keep_alive(true);
+    http.set_tcp_nodelay(true);
     ready(http, 1);
     verda_device* d = verda_device_new();
     verda_open_socket(d, "127.0.0.1", portOf(direct.line));
     verda_PrinterInit(d);
     char datetime[64];
     std::printf("Overhead of verda-server, %d calls each, microseconds\n\n", calls);
-    std::printf("| %-28s | %9s | %9s | %9s | %9s | %9s | %9s |\n", "operation", "lib med", "lib p99",
-                "srv med", "srv p99", "+med", "+p99");
+    std::printf("| %-28s | %9s | %9s | %9s | %9s | %9s | %9s |\n", "operation", "lib med",
+                "lib p99", "srv med", "srv p99", "+med", "+p99");
     std::printf("|%s|\n", std::string(96, '-').c_str());
     row("GetDateTime / GET clock",
         time(calls, [&](int) { verda_GetDateTime(d, datetime, sizeof datetime); }),
@@ -183,8 +189,8 @@ int main(int argc, char** argv) {
     stop(served[0]);
 
     // --- Receipts per second -------------------------------------------------------------
-    std::printf("\nReceipts per second, 4 clients per register, %d s, journal in %s\n\n", seconds,
-                dir.c_str());
+    std::printf("\nReceipts per second, %zu clients per register, %d s, journal in %s\n\n",
+                perRegister, seconds, dir.c_str());
     std::printf("| registers | receipts | receipts/s | failed |\n|---|---|---|---|\n");
     for (const size_t registers : {1, 4, 16}) {
         std::vector<Child> sims;
@@ -195,25 +201,37 @@ int main(int argc, char** argv) {
             ready(setup, registers);
         }
         std::atomic<long> committed{0}, failed{0};
+        std::atomic<int> firstFailure{0};
         const auto until = Clock::now() + std::chrono::seconds(seconds);
         std::vector<std::thread> clients;
-        for (size_t r = 0; r < registers * 4; ++r)
+        for (size_t r = 0; r < registers * perRegister; ++r)
             clients.emplace_back([&, r] {
                 httplib::Client client(address(s));
                 client.set_keep_alive(true);
+                client.set_tcp_nodelay(true);
                 client.set_read_timeout(120, 0);
-                const std::string path = "/devices/r" + std::to_string(r / 4) + "/receipts";
+                const std::string path =
+                    "/devices/r" + std::to_string(r / perRegister) + "/receipts";
                 const std::string body = R"({"lines": [{"name": "Хлеб", "price": 45.50}]})";
                 for (long n = 0; Clock::now() < until; ++n) {
                     httplib::Headers key = {
                         {"Idempotency-Key", std::to_string(r) + "-" + std::to_string(n)}};
                     auto res = client.Post(path.c_str(), key, body, "application/json");
-                    (res && res->status == 200 ? committed : failed)++;
+                    if (res && res->status == 200) {
+                        ++committed;
+                        continue;
+                    }
+                    ++failed;
+                    int none = 0;
+                    firstFailure.compare_exchange_strong(
+                        none, res ? res->status : -static_cast<int>(res.error()));
                 }
             });
         for (auto& t : clients) t.join();
-        std::printf("| %9zu | %8ld | %10.1f | %6ld |\n", registers, committed.load(),
+        std::printf("| %9zu | %8ld | %10.1f | %6ld", registers, committed.load(),
                     static_cast<double>(committed.load()) / seconds, failed.load());
+        if (failed.load() != 0) std::printf(" (the first: %d)", firstFailure.load());
+        std::printf(" |\n");
         std::fflush(stdout);
         stop(s);
         for (Child& c : sims) stop(c);

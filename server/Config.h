@@ -37,7 +37,7 @@ struct Config {
     int deadlineMs = 30000;    // how long a request may wait for its register
     int refreshMs = 2000;      // how often an idle register's status is read
     int readTimeoutMs = 5000;  // a client that sends nothing for this long is dropped
-    int httpThreads = 64;      // connections served at once
+    int httpThreads = 128;     // connections served at once
     std::vector<DeviceConfig> devices;
 };
 

@@ -260,10 +260,10 @@ void Worker::loop() {
                 queue_.pop_front();
             }
         }
-        if (job) execute(*job);
-        // The request's own effect shows in the reading at once, unless more
-        // requests wait: then the reading follows the last of them.
-        if (device_->isOpen() && queueDepth() == 0) refresh();
+        if (job)
+            execute(*job);
+        else if (device_->isOpen())
+            refresh();  // idle for refresh_ms
     }
     // Shut-down: what is still queued was never sent.
     std::deque<std::shared_ptr<Job>> left;
@@ -301,7 +301,10 @@ void Worker::refresh() {
 
 // --- Settlement --------------------------------------------------------------------
 
+// The journal is asked only while something may be left: at the start, and
+// after a request that did not end in a final state.
 void Worker::settleAll() {
+    if (!unsettled_) return;
     std::vector<Request> open;
     try {
         open = shared_.journal.unsettled(config_.id);
@@ -309,15 +312,20 @@ void Worker::settleAll() {
         logError(e.what(), {{"device", config_.id}});
         return;
     }
+    bool left = false;
     for (const Request& r : open) {
         {
             std::lock_guard<std::mutex> lock(mutex_);
             if (active_.count(r.key) != 0) continue;
         }
-        if (!device_->isOpen()) return;
-        auto full = shared_.journal.get(r.key);
-        if (full) settleOne(*full);
+        if (device_->isOpen()) {
+            auto full = shared_.journal.get(r.key);
+            if (full) settleOne(*full);
+        }
+        auto now = shared_.journal.get(r.key, false);
+        left = left || (now && !isFinal(now->state));
     }
+    unsettled_ = left;
 }
 
 void Worker::settleOne(const Request& r) {
@@ -390,8 +398,14 @@ void Worker::execute(Job& job) {
     Outcome outcome;
     try {
         outcome = job.run(job);
+        // A change shows in the reading before its answer goes out, unless
+        // more requests wait: then the reading follows the last of them.
+        // Reads change nothing.
+        if (!job.key.empty() && device_->isOpen() && queueDepth() == 0) refresh();
     } catch (const std::exception& e) {
-        // The journal could not be written: nothing more is sent for it.
+        // The journal could not be written: nothing more is sent for it, and
+        // what it left in flight is settled at the next pass.
+        unsettled_ = true;
         logError(std::string("request failed: ") + e.what(),
                  {{"device", config_.id}, {"key", job.key}});
         outcome = Outcome{500, errorBody(500, e.what())};
@@ -513,6 +527,7 @@ Outcome Worker::perform(const Request& request, std::function<json(Run&)> task,
                 }
                 shared_.record(config_.id, key, state::kAmbiguous, detail, state::kAmbiguous, 202,
                                body);
+                unsettled_ = true;
                 logWarn("request ambiguous",
                         {{"device", config_.id}, {"key", key}, {"operation", lost.operation}});
                 return Outcome{202, body};

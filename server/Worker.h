@@ -104,6 +104,7 @@ class Worker {
     std::deque<std::shared_ptr<Job>> queue_;
     std::set<std::string> active_;  // keys of the requests queued or running here
     bool stopping_ = false;
+    bool unsettled_ = true;  // the journal may hold requests of this register left in flight
     std::thread thread_;
 
     // The reading, guarded by mutex_.

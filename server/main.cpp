@@ -1,6 +1,7 @@
 // verda-server: the shop's registers as an HTTP/JSON service.
 #include <pthread.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
@@ -141,8 +142,19 @@ int main(int argc, char** argv) {
     const time_t readMicros = (config.readTimeoutMs % 1000) * 1000;
     http.set_read_timeout(readSeconds, readMicros);
     http.set_write_timeout(readSeconds, readMicros);
+    // Headers and body go out in separate writes: without this, each answer
+    // would wait for the client's delayed acknowledgement.
+    http.set_tcp_nodelay(true);
     http.set_keep_alive_timeout(5);
     http.set_keep_alive_max_count(1000);
+    // SO_REUSEADDR, so that a restarted server binds at once; not
+    // SO_REUSEPORT, which would let a second server share the port unseen.
+    int listening = -1;
+    http.set_socket_options([&listening](int socket) {
+        int on = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        listening = socket;
+    });
     Api api(shared, workers);
     api.install(http);
 
@@ -159,6 +171,9 @@ int main(int argc, char** argv) {
         for (auto& w : workers) w.second->stop();
         return 1;
     }
+    // The library listens with a backlog of 5: a shop's POS programs that
+    // connect at once would find connections reset. Listening again sets it.
+    if (listening >= 0) ::listen(listening, SOMAXCONN);
     // The first line of standard output tells a person or a script where to go.
     std::printf("http://%s:%d\n", config.listenHost.c_str(), port);
     std::fflush(stdout);
