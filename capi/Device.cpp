@@ -8,7 +8,7 @@
 #include <string>
 
 #include "capi/Wrapper.h"
-#include "device/ErrorCatalogue.h"
+#include "wire/ErrorCatalogue.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"
 

@@ -180,13 +180,3 @@ endfunction()
 
 cmake_language(DEFER DIRECTORY ${PROJECT_SOURCE_DIR} CALL verda_install_programs)
 
-# Checks of what is installed, run with the tests.
-if(VERDA_BUILD_TESTS)
-  add_test(NAME exports COMMAND bash ${PROJECT_SOURCE_DIR}/scripts/check-exports.sh
-           $<TARGET_FILE:CorteliaVERDA> ${PROJECT_SOURCE_DIR} ${VERDA_PUBLIC_HEADERS})
-  add_test(NAME api_docs COMMAND bash ${PROJECT_SOURCE_DIR}/scripts/check-api-docs.sh
-           ${PROJECT_SOURCE_DIR})
-  # The changelog's newest entry is the version being built.
-  add_test(NAME changelog COMMAND bash -c "grep -m1 '^## ' \"$1\" | grep -q \"^## $2 \""
-           changelog ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_VERSION})
-endif()

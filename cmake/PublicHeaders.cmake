@@ -49,3 +49,14 @@ function(verda_visibility_prelude out)
     string(APPEND text "#pragma GCC visibility pop\n")
     file(CONFIGURE OUTPUT ${out} CONTENT "${text}")
 endfunction()
+
+# Compiles target's sources as the library's: position-independent, with
+# hidden visibility and the prelude above forced in first, so that only the
+# public declarations are exported from the shared object that links them.
+function(verda_compile_as_library target)
+    set_target_properties(${target} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON
+        CXX_VISIBILITY_PRESET hidden)
+    target_compile_options(${target} PRIVATE -include ${VERDA_VISIBILITY_PRELUDE})
+    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+endfunction()

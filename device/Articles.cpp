@@ -6,14 +6,9 @@
 #include "device/Command.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
+#include "wire/Firmware.h"
 
 namespace {
-
-const unsigned int kArticles = 0x6B;
-
-// Devices above this revision carry Units, Id1C, IsWeight, Service, Extra1
-// and Extra2 in their records.
-const int kLongRecordFirmware = 944123;
 
 const std::string::size_type kNameBytes = 32;  // of the name as written
 
@@ -60,7 +55,7 @@ struct RecordOutputs {
 int walk(VR35& device, const char* name, const cmd::Request& request, int* PLU,
          const RecordOutputs& record) {
     return cmd::run(
-        device, name, kArticles, request,
+        device, name, wire::Command::PrgAndReadArticle, request,
         [&](cmd::Fields& f) {
             const int plu = f.integer();
             if (PLU != nullptr) *PLU = plu;
@@ -72,7 +67,7 @@ int walk(VR35& device, const char* name, const cmd::Request& request, int* PLU,
 // X and x: one integer about the article.
 int articleValue(VR35& device, const char* name, const char* letter, int PLU, int& ArticleValue) {
     return cmd::run(
-        device, name, kArticles, subCommand(letter).number(PLU),
+        device, name, wire::Command::PrgAndReadArticle, subCommand(letter).number(PLU),
         [&](cmd::Fields& f) { ArticleValue = f.integer(); }, cmd::Plain{name});
 }
 
@@ -85,7 +80,7 @@ std::string optionalNumber(int value) {
 
 int VR35::PrgAndReadArticleI(int& Info1, int& Info2, int& Info3) {
     return cmd::run(
-        *this, "PrgAndReadArticleI", kArticles, subCommand("I"),
+        *this, "PrgAndReadArticleI", wire::Command::PrgAndReadArticle, subCommand("I"),
         [&](cmd::Fields& f) {
             Info1 = f.integer();
             Info2 = f.integer();
@@ -113,7 +108,7 @@ int VR35::PrgAndReadArticleP(int PLU, char TaxGr, int Dep, int Group, char Price
         .text(trim(Bar3))
         .text(trim(Bar4))
         .text(fromASCIItoDOS(Name).substr(0, kNameBytes));
-    if (firmwareRevision > kLongRecordFirmware) {
+    if (wire::longArticleRecord(firmwareRevision)) {
         request.text(fromASCIItoDOS(Units))
             .text(fromASCIItoDOS(Id1C))
             .text(fromASCIItoDOS(IsWeight))
@@ -123,19 +118,20 @@ int VR35::PrgAndReadArticleP(int PLU, char TaxGr, int Dep, int Group, char Price
     }
     // The log shows the arguments as given, whatever the firmware, without
     // Extra1 and Extra2; amounts in the stream's default format.
-    return cmd::run(
-        *this, "PrgAndReadArticleP", kArticles, request, cmd::noFields, [&](std::ostream& log) {
-            log << "PrgAndReadArticleP(PLU=" << PLU << ",TaxGr='" << TaxGr << "',Dep=" << Dep
-                << ",Group=" << Group << ",PriceType='" << PriceType << "',Price=" << Price
-                << ",AddQty='" << AddQty << "',Quantity=" << Quantity << ",Bar1=\"" << Bar1
-                << "\",Bar2=\"" << Bar2 << "\",Bar3=\"" << Bar3 << "\",Bar4=\"" << Bar4
-                << "\",Name=\"" << Name << "\",Units=\"" << Units << "\",Id1C=\"" << Id1C
-                << "\",IsWeight=\"" << IsWeight << "\",Service=\"" << Service << "\");";
-        });
+    return cmd::run(*this, "PrgAndReadArticleP", wire::Command::PrgAndReadArticle, request,
+                    cmd::noFields, [&](std::ostream& log) {
+                        log << "PrgAndReadArticleP(PLU=" << PLU << ",TaxGr='" << TaxGr
+                            << "',Dep=" << Dep << ",Group=" << Group << ",PriceType='" << PriceType
+                            << "',Price=" << Price << ",AddQty='" << AddQty
+                            << "',Quantity=" << Quantity << ",Bar1=\"" << Bar1 << "\",Bar2=\""
+                            << Bar2 << "\",Bar3=\"" << Bar3 << "\",Bar4=\"" << Bar4 << "\",Name=\""
+                            << Name << "\",Units=\"" << Units << "\",Id1C=\"" << Id1C
+                            << "\",IsWeight=\"" << IsWeight << "\",Service=\"" << Service << "\");";
+                    });
 }
 
 int VR35::PrgAndReadArticleA(int PLU, double Quantity) {
-    return cmd::run(*this, "PrgAndReadArticleA", kArticles,
+    return cmd::run(*this, "PrgAndReadArticleA", wire::Command::PrgAndReadArticle,
                     subCommand("A").number(PLU).amount(Quantity, 3), cmd::noFields,
                     cmd::Plain{"PrgAndReadArticleA"});
 }
@@ -145,8 +141,8 @@ int VR35::PrgAndReadArticleD(int PLU, int ToPLU) {
     cmd::Request request = subCommand("D");
     request.number(PLU);
     if (ToPLU != PLU) request.number(ToPLU);
-    return cmd::run(*this, "PrgAndReadArticleD", kArticles, request, cmd::noFields,
-                    cmd::Plain{"PrgAndReadArticleD"});
+    return cmd::run(*this, "PrgAndReadArticleD", wire::Command::PrgAndReadArticle, request,
+                    cmd::noFields, cmd::Plain{"PrgAndReadArticleD"});
 }
 
 int VR35::PrgAndReadArticleR(int PLU, char& TaxGr, int& Dep, int& Group, char& PriceType,
@@ -161,12 +157,12 @@ int VR35::PrgAndReadArticleR(int PLU, char& TaxGr, int& Dep, int& Group, char& P
     const RecordOutputs record{TaxGr,  Dep,  Group, PriceType, Price, Value1, Value2,
                                Value3, Bar1, Bar2,  Bar3,      Bar4,  Name};
     return cmd::run(
-        *this, "PrgAndReadArticleR", kArticles, subCommand("R").number(PLU),
+        *this, "PrgAndReadArticleR", wire::Command::PrgAndReadArticle, subCommand("R").number(PLU),
         [&](cmd::Fields& f) {
             f.skip();  // the record's PLU: the caller's is the one asked for
             record.read(f);
             Name = fromDOStoASCII(Name);
-            if (firmwareRevision > kLongRecordFirmware) {
+            if (wire::longArticleRecord(firmwareRevision)) {
                 Units = fromDOStoASCII(f.text());
                 Id1C = fromDOStoASCII(f.text());
                 IsWeight = fromDOStoASCII(f.text());

@@ -13,7 +13,7 @@
 //
 // An operation reads like its table:
 //
-//   return cmd::run(*this, "GetDateTime", 0x3E, cmd::Request(),
+//   return cmd::run(*this, "GetDateTime", wire::Command::GetDateTime, cmd::Request(),
 //       [&](cmd::Fields& f) { DateTime = f.text(); },
 //       [&](std::ostream& log) { log << "GetDateTime(DateTime=" << DateTime << ");"; });
 //
@@ -23,12 +23,12 @@
 #include <sstream>
 #include <string>
 
+#include "api/ResultCodes.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
+#include "wire/Command.h"
 
 namespace cmd {
-
-const int kExchangeFailed = 100001;
 
 // An amount as the device and the log take it: fixed decimals, separator ".".
 inline std::string amountText(double value, int decimals) {
@@ -108,14 +108,15 @@ inline void log(VR35& device, const std::string& line) {
 
 // Steps 1 to 5: start line, request, exchange, first field, outputs.
 template <class Fill>
-int exchange(VR35& device, const char* startName, unsigned int command, const Request& request,
+int exchange(VR35& device, const char* startName, wire::Command command, const Request& request,
              Fill fill, FirstField rule = FirstField::ErrorCode) {
     if (device.logEnabled) log(device, std::string("Start ") + startName + "();");
     std::string reply;
     const std::string& data = request.data();
     // SendPMessage only reads the request bytes.
     unsigned char* bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(data.data()));
-    const int sent = device.SendPMessage(command, bytes, static_cast<int>(data.size()), reply);
+    const int sent =
+        device.SendPMessage(wire::number(command), bytes, static_cast<int>(data.size()), reply);
     if (sent != 0) return sent;
     Fields fields(reply);
     if (rule == FirstField::NotTested) {
@@ -127,7 +128,7 @@ int exchange(VR35& device, const char* startName, unsigned int command, const Re
         fill(fields);
         return 0;
     }
-    if (rule == FirstField::EmptyIsMinusOne && first.empty()) return -1;
+    if (rule == FirstField::EmptyIsMinusOne && first.empty()) return VERDA_EMPTY_RESULT;
     return deviceError(first);
 }
 
@@ -145,7 +146,7 @@ int finish(VR35& device, int result, Close close) {
 }
 
 template <class Fill, class Close>
-int run(VR35& device, const char* startName, unsigned int command, const Request& request,
+int run(VR35& device, const char* startName, wire::Command command, const Request& request,
         Fill fill, Close close, FirstField rule = FirstField::ErrorCode) {
     return finish(device, exchange(device, startName, command, request, fill, rule), close);
 }

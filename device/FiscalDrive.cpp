@@ -25,8 +25,8 @@ int VR35::GetStateFN(char InfoType, std::string& Version, std::string& Number, s
                                   {"ReceiptsCount", ReceiptsCount},
                                   {"LastDocIssued", LastDocIssued},
                                   {"FirsDocUnsent", FirsDocUnsent}};
-    return cmd::runOutputs(*this, "GetStateFN", 0x47, cmd::Request().byte(InfoType), outputs,
-                           "GetStateFN(");
+    return cmd::runOutputs(*this, "GetStateFN", wire::Command::PrintDiagnostic,
+                           cmd::Request().byte(InfoType), outputs, "GetStateFN(");
 }
 
 int VR35::GetOFDandFNStatus(bool& StatusShift, bool& End24hours, int& ShiftNumber, int& DocNumber,
@@ -36,8 +36,8 @@ int VR35::GetOFDandFNStatus(bool& StatusShift, bool& End24hours, int& ShiftNumbe
                                   {"UnsendDocCount", UnsendDocCount}, {"FirstUnsent", FirstUnsent},
                                   {"DateTimeUnsent", DateTimeUnsent}};
     cmd::clear(outputs);
-    return cmd::runOutputs(*this, "GetOFDandFNStatus", 0x4D, cmd::Request(), outputs,
-                           "GetOFDandFNStatus(");
+    return cmd::runOutputs(*this, "GetOFDandFNStatus", wire::Command::GetOFDandFNStatus,
+                           cmd::Request(), outputs, "GetOFDandFNStatus(");
 }
 
 // Only the types 1 to 4 and 31 answer with the two numbers; for the others
@@ -47,7 +47,7 @@ int VR35::ChangeOFDRegistration(int OperationType, std::string InspPssword, int&
     SignFP = 0;
     const bool numbered = (OperationType >= 1 && OperationType <= 4) || OperationType == 31;
     return cmd::run(
-        *this, "ChangeOFDRegistration", 0x90,
+        *this, "ChangeOFDRegistration", wire::Command::ChangeOFDRegistration,
         cmd::Request().number(OperationType).text(InspPssword),
         [&](cmd::Fields& f) {
             if (!numbered) return;

@@ -10,7 +10,7 @@
 int VR35::Fiscalization(std::string SerialNumber, std::string TAXnumber, std::string REGnumber,
                         std::string InspPssword) {
     return cmd::run(
-        *this, "Fiscalization", 0x48,
+        *this, "Fiscalization", wire::Command::Fiscalization,
         cmd::Request().text(SerialNumber).text(TAXnumber).text(REGnumber).text(InspPssword),
         cmd::noFields, [&](std::ostream& log) {
             log << "Fiscalization(SerialNumber=" << SerialNumber << ",TAXnumber=" << TAXnumber
@@ -19,20 +19,20 @@ int VR35::Fiscalization(std::string SerialNumber, std::string TAXnumber, std::st
 }
 
 int VR35::SetTAXNumber(std::string TAXnumber) {
-    return cmd::run(*this, "SetTAXNumber", 0x62, cmd::Request().text(TAXnumber), cmd::noFields,
-                    cmd::Plain{"SetTAXNumber"});
+    return cmd::run(*this, "SetTAXNumber", wire::Command::SetTAXNumber,
+                    cmd::Request().text(TAXnumber), cmd::noFields, cmd::Plain{"SetTAXNumber"});
 }
 
 int VR35::GetTAXNumber(std::string& TAXnumber) {
     return cmd::run(
-        *this, "GetTAXNumber", 0x63, cmd::Request(), [&](cmd::Fields& f) { TAXnumber = f.text(); },
-        cmd::Plain{"GetTAXNumber"});
+        *this, "GetTAXNumber", wire::Command::GetTAXNumber, cmd::Request(),
+        [&](cmd::Fields& f) { TAXnumber = f.text(); }, cmd::Plain{"GetTAXNumber"});
 }
 
 int VR35::SetManufacturersSerialNumber(std::string Serial, std::string& ReplyText) {
     return cmd::run(
-        *this, "SetManufacturersSerialNumber", 0x5B, cmd::Request().text(Serial),
-        [&](cmd::Fields& f) { ReplyText = f.text(); },
+        *this, "SetManufacturersSerialNumber", wire::Command::SetManufacturersSerialNumber,
+        cmd::Request().text(Serial), [&](cmd::Fields& f) { ReplyText = f.text(); },
         [&](std::ostream& log) {
             log << "SetManufacturersSerialNumber(Serial=" << Serial << ");";
         });
@@ -41,7 +41,8 @@ int VR35::SetManufacturersSerialNumber(std::string Serial, std::string& ReplyTex
 int VR35::FiscalReportByDate(char Type, std::string DateFrom, std::string DateTo,
                              std::string& TextData) {
     return cmd::run(
-        *this, "FiscalReportByDate", 0x5E, cmd::Request().byte(Type).text(DateFrom).text(DateTo),
+        *this, "FiscalReportByDate", wire::Command::FiscalReportByDate,
+        cmd::Request().byte(Type).text(DateFrom).text(DateTo),
         [&](cmd::Fields& f) { TextData = f.text(); }, cmd::Plain{"FiscalReportByDate"});
 }
 
@@ -51,7 +52,8 @@ int VR35::FiscalReportByNumber(char Type, int From, int To, std::string& TextDat
     request.byte(Type);
     if (From >= 0 && To >= 0) request.number(From).number(To);
     return cmd::run(
-        *this, "FiscalReportByNumber", 0x5F, request, [&](cmd::Fields& f) { TextData = f.text(); },
+        *this, "FiscalReportByNumber", wire::Command::FiscalReportByNumber, request,
+        [&](cmd::Fields& f) { TextData = f.text(); },
         [&](std::ostream& log) {
             log << "FiscalReportByNumber(Type=" << Type << ",TextData=" << TextData << ");";
         });
@@ -61,14 +63,15 @@ int VR35::FiscalReportByNumber(char Type, int From, int To, std::string& TextDat
 // go out as written, negative ones too.
 int VR35::ReadFiscalMemoryBlock(int From, int To, std::string& Block) {
     return cmd::run(
-        *this, "ReadFiscalMemoryBlock", 0x70, cmd::Request().text("0").number(From).number(To),
-        [&](cmd::Fields& f) { Block = f.text(); }, cmd::Plain{"ReadFiscalMemoryBlock"});
+        *this, "ReadFiscalMemoryBlock", wire::Command::ReportByOperators,
+        cmd::Request().text("0").number(From).number(To), [&](cmd::Fields& f) { Block = f.text(); },
+        cmd::Plain{"ReadFiscalMemoryBlock"});
 }
 
 int VR35::TestFiscalMemory(char Write, int& Records) {
     Records = 0;
     return cmd::run(
-        *this, "TestFiscalMemory", 0x59, cmd::Request().byte(Write),
+        *this, "TestFiscalMemory", wire::Command::TestFiscalMemory, cmd::Request().byte(Write),
         [&](cmd::Fields& f) { Records = f.integer(); },
         [&](std::ostream& log) {
             // The blanks around "=" are this line's own.
@@ -78,12 +81,13 @@ int VR35::TestFiscalMemory(char Write, int& Records) {
 
 int VR35::FreeFieldsByFiscalMemory(int& FreeFields) {
     return cmd::run(
-        *this, "FreeFieldsByFiscalMemory", 0x44, cmd::Request(),
+        *this, "FreeFieldsByFiscalMemory", wire::Command::FreeFieldsByFiscalMemory, cmd::Request(),
         [&](cmd::Fields& f) { FreeFields = f.integer(); }, cmd::Plain{"FreeFieldsByFiscalMemory"});
 }
 
 int VR35::DateOfLastEntryByFiscalMemory(std::string& EntryDate) {
     return cmd::run(
-        *this, "DateOfLastEntryByFiscalMemory", 0x56, cmd::Request(),
-        [&](cmd::Fields& f) { EntryDate = f.text(); }, cmd::Plain{"DateOfLastEntryByFiscalMemory"});
+        *this, "DateOfLastEntryByFiscalMemory", wire::Command::DateOfLastEntryByFiscalMemory,
+        cmd::Request(), [&](cmd::Fields& f) { EntryDate = f.text(); },
+        cmd::Plain{"DateOfLastEntryByFiscalMemory"});
 }

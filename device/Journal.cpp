@@ -9,7 +9,8 @@
 int VR35::GetDocInEJByDate(std::string DateFrom, std::string DateTo, char Type, std::string& Text1,
                            std::string& Text2, int& Number1, int& Number2) {
     return cmd::run(
-        *this, "GetDocInEJByDate", 0x7C, cmd::Request().text(DateFrom).text(DateTo).byte(Type),
+        *this, "GetDocInEJByDate", wire::Command::GetDocInEJByDate,
+        cmd::Request().text(DateFrom).text(DateTo).byte(Type),
         [&](cmd::Fields& f) {
             Text1 = f.text();
             Text2 = f.text();
@@ -22,7 +23,8 @@ int VR35::GetDocInEJByDate(std::string DateFrom, std::string DateTo, char Type, 
 int VR35::GetInfoFromEJ0(int Number, char Type, int& Value1, int& Value2, std::string& Text,
                          char& Flag, int& Value3) {
     return cmd::run(
-        *this, "GetInfoFromEJ0", 0x7D, cmd::Request().text("0").number(Number).byte(Type),
+        *this, "GetInfoFromEJ0", wire::Command::GetInfoFromEJ,
+        cmd::Request().text("0").number(Number).byte(Type),
         [&](cmd::Fields& f) {
             Value1 = f.integer();
             Value2 = f.integer();
@@ -37,18 +39,18 @@ int VR35::GetInfoFromEJ0(int Number, char Type, int& Value1, int& Value2, std::s
 // application's code page.
 int VR35::GetInfoFromEJ1(std::string& Text) {
     return cmd::run(
-        *this, "GetInfoFromEJ1", 0x7D, cmd::Request().text("1"),
+        *this, "GetInfoFromEJ1", wire::Command::GetInfoFromEJ, cmd::Request().text("1"),
         [&](cmd::Fields& f) { Text = fromDOStoASCII(f.text()); }, cmd::Plain{"GetInfoFromEJ1"});
 }
 
 int VR35::GetInfoFromEJ2(std::string& Text) {
     return cmd::run(
-        *this, "GetInfoFromEJ2", 0x7D, cmd::Request().text("2"),
+        *this, "GetInfoFromEJ2", wire::Command::GetInfoFromEJ, cmd::Request().text("2"),
         [&](cmd::Fields& f) { Text = f.text(); }, cmd::Plain{"GetInfoFromEJ2"});
 }
 
 int VR35::GetInfoFromEJ3(int Number, char Type) {
-    return cmd::run(*this, "GetInfoFromEJ3", 0x7D,
+    return cmd::run(*this, "GetInfoFromEJ3", wire::Command::GetInfoFromEJ,
                     cmd::Request().text("3").number(Number).byte(Type), cmd::noFields,
                     cmd::Plain{"GetInfoFromEJ3"});
 }

@@ -100,7 +100,7 @@ inline void write(std::ostream& log, const Outputs& outputs, AmountLog amounts) 
 // An operation whose reply is its outputs in order and whose closing line is
 // head, the outputs as "Name=value" pairs, and ");". Fields past the outputs
 // are left unread.
-inline int runOutputs(VR35& device, const char* name, unsigned int command, const Request& request,
+inline int runOutputs(VR35& device, const char* name, wire::Command command, const Request& request,
                       const Outputs& outputs, const std::string& head,
                       AmountLog amounts = AmountLog::Stream) {
     return run(

@@ -18,7 +18,7 @@ int VR35::Subtotal(char Print, char Display, char DiscountType, double DiscountV
     else
         request.byte(DiscountType).amount(DiscountValue, 2);
     return cmd::run(
-        *this, "Subtotal", 0x33, request,
+        *this, "Subtotal", wire::Command::Subtotal, request,
         [&](cmd::Fields& f) {
             SlipNumber = f.integer();
             Subtotal = f.amount();
@@ -48,7 +48,7 @@ int VR35::Total(int PaidMode, double Amount, char Change, char& ErrorStatus, dou
     request.number(PaidMode).amount(Amount, 2);
     if (Change == '0' || Change == '1') request.byte(Change);
     return cmd::run(
-        *this, "Total", 0x35, request,
+        *this, "Total", wire::Command::Total, request,
         [&](cmd::Fields& f) {
             // A status the driver does not know is neither data nor an error:
             // the payment stands and the outputs stay as cleared.
@@ -68,7 +68,7 @@ int VR35::Total(int PaidMode, double Amount, char Change, char& ErrorStatus, dou
 
 int VR35::TotalCorrecion(int PaidMode, double Amount_TL, double Tax_18, double Tax_10,
                          double Corr_0, double Corr_noNDS, double Tax_18_118, double Tax_10_110) {
-    return cmd::run(*this, "TotalCorrecion", 0x34,
+    return cmd::run(*this, "TotalCorrecion", wire::Command::TotalCorrecion,
                     cmd::Request()
                         .number(PaidMode)
                         .amount(Amount_TL, 2)
@@ -94,7 +94,8 @@ int VR35::ParishOrConsumption(char Type, double Amount, double& CashSum, double&
                               double& CashOut) {
     CashSum = CashIn = CashOut = 0.0;
     return cmd::run(
-        *this, "ParishOrConsumption", 0x46, cmd::Request().byte(Type).amount(Amount, 2),
+        *this, "ParishOrConsumption", wire::Command::ParishOrConsumption,
+        cmd::Request().byte(Type).amount(Amount, 2),
         [&](cmd::Fields& f) {
             CashSum = f.amount();
             CashIn = f.amount();

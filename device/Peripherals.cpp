@@ -7,19 +7,21 @@
 #include "device/VR35.h"
 
 int VR35::DisplayLower(std::string Text) {
-    return cmd::run(*this, "DisplayLower", 0x23, cmd::Request().text(Text), cmd::noFields,
+    return cmd::run(*this, "DisplayLower", wire::Command::DisplayLower, cmd::Request().text(Text),
+                    cmd::noFields,
                     [&](std::ostream& log) { log << "DisplayLower(Text=" << Text << ")"; });
 }
 
 int VR35::DisplayUpper(std::string Text) {
-    return cmd::run(*this, "DisplayUpper", 0x2F, cmd::Request().text(Text), cmd::noFields,
+    return cmd::run(*this, "DisplayUpper", wire::Command::DisplayUpper, cmd::Request().text(Text),
+                    cmd::noFields,
                     [&](std::ostream& log) { log << "DisplayUpper(Text=" << Text << ");"; });
 }
 
 int VR35::DisplayClear() {
     // The start line has always named GetDateTime; log readers rely on the pair.
-    return cmd::run(*this, "GetDateTime", 0x21, cmd::Request(), cmd::noFields,
-                    [](std::ostream& log) { log << "DisplayClear()"; });
+    return cmd::run(*this, "GetDateTime", wire::Command::DisplayClear, cmd::Request(),
+                    cmd::noFields, [](std::ostream& log) { log << "DisplayClear()"; });
 }
 
 int VR35::OpenCashDrawer(int Value) {
@@ -29,12 +31,12 @@ int VR35::OpenCashDrawer(int Value) {
         request.number(Value);
     else
         request.empty();
-    return cmd::run(*this, "OpenCashDrawer", 0x6A, request, cmd::noFields,
+    return cmd::run(*this, "OpenCashDrawer", wire::Command::OpenCashDrawer, request, cmd::noFields,
                     cmd::Plain{"OpenCashDrawer"});
 }
 
 int VR35::Beep(int Hz, int mSec) {
     return cmd::run(
-        *this, "Beep", 0x50, cmd::Request().number(Hz).number(mSec), cmd::noFields,
+        *this, "Beep", wire::Command::Beep, cmd::Request().number(Hz).number(mSec), cmd::noFields,
         [&](std::ostream& log) { log << "Beep(Hz=" << Hz << ",mSec=" << mSec << ");"; });
 }

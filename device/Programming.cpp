@@ -8,19 +8,18 @@
 
 namespace {
 
-// One command serves an image upload and the power requests; the device tells
-// them apart by the text of the one field.
-const unsigned int kImageAndPower = 0xCA;
+// The power requests share the image upload's command; the device tells them
+// apart by the text of the one field.
 
 // The one field of a power request; the answer carries nothing more.
 int power(VR35& device, const char* request) {
     // Restart logs exactly as PowerOff does.
-    return cmd::run(device, "PowerOff", kImageAndPower, cmd::Request().text(request), cmd::noFields,
-                    cmd::Plain{"PowerOff"}, cmd::FirstField::EmptyIsMinusOne);
+    return cmd::run(device, "PowerOff", wire::Command::UploadImage, cmd::Request().text(request),
+                    cmd::noFields, cmd::Plain{"PowerOff"}, cmd::FirstField::EmptyIsMinusOne);
 }
 
 // An upload of one whole text in one frame; the device's answer goes to Answer.
-int upload(VR35& device, const char* name, unsigned int command, const std::string& content,
+int upload(VR35& device, const char* name, wire::Command command, const std::string& content,
            std::string& Answer) {
     return cmd::run(
         device, name, command, cmd::Request().text(content),
@@ -33,7 +32,7 @@ int upload(VR35& device, const char* name, unsigned int command, const std::stri
 int VR35::Programming(std::string Name, std::string Index, std::string& Value) {
     const bool read = Value.empty();
     return cmd::run(
-        *this, "Programming", 0xFF,
+        *this, "Programming", wire::Command::Programming,
         cmd::Request().text(Name).text(Index).text(fromASCIItoDOS(Value)),
         [&](cmd::Fields& f) {
             if (read) Value = fromDOStoASCII(f.text());
@@ -53,7 +52,8 @@ int VR35::Programming(std::string Name, std::string Index, std::string& Value) {
 int VR35::SetServiceParam(std::string Type, std::string Value, std::string Param3,
                           std::string& Code, std::string& Answer) {
     return cmd::run(
-        *this, "SetServiceParam", 0xFD, cmd::Request().text(Type).text(Value).text(Param3),
+        *this, "SetServiceParam", wire::Command::SetServiceParam,
+        cmd::Request().text(Type).text(Value).text(Param3),
         [&](cmd::Fields& f) {
             Code = f.text();
             Answer = f.text();
@@ -68,7 +68,7 @@ int VR35::SetTaxRates(double Tax1, double Tax2, double Tax3, double Tax4, double
                       char Point, int& RemainingChanges) {
     RemainingChanges = 0;
     return cmd::run(
-        *this, "SetTaxRates", 0x53,
+        *this, "SetTaxRates", wire::Command::SetTaxRates,
         cmd::Request()
             .amount(Tax1, 2)
             .amount(Tax2, 2)
@@ -89,17 +89,17 @@ int VR35::SetTaxRates(double Tax1, double Tax2, double Tax3, double Tax4, double
 int VR35::SetOperatorPassword(std::string OperField1, std::string OperField2,
                               std::string OperField3) {
     // None of the three reaches the log: they hold the password.
-    return cmd::run(*this, "SetOperatorPassword", 0x65,
+    return cmd::run(*this, "SetOperatorPassword", wire::Command::SetOperatorPassword,
                     cmd::Request().text(OperField1).text(OperField2).text(OperField3),
                     cmd::noFields, cmd::Plain{"SetOperatorPassword"});
 }
 
 int VR35::UploadImage(std::string Image, std::string& Answer) {
-    return upload(*this, "UploadImage", kImageAndPower, Image, Answer);
+    return upload(*this, "UploadImage", wire::Command::UploadImage, Image, Answer);
 }
 
 int VR35::UploadStamp(std::string Stamp, std::string& Answer) {
-    return upload(*this, "UploadStamp", 0xCB, Stamp, Answer);
+    return upload(*this, "UploadStamp", wire::Command::UploadStamp, Stamp, Answer);
 }
 
 int VR35::PowerOff() {
@@ -111,14 +111,15 @@ int VR35::Restart() {
 }
 
 int VR35::CheckUpdate() {
-    return cmd::run(*this, "CheckUpdate", 0xC8, cmd::Request(), cmd::noFields,
+    return cmd::run(*this, "CheckUpdate", wire::Command::CheckUpdate, cmd::Request(), cmd::noFields,
                     cmd::Plain{"CheckUpdate"});
 }
 
 int VR35::GetTradingGroupInfo(int Group, int& GroupNumber, double& GroupAmount,
                               std::string& GroupText) {
     return cmd::run(
-        *this, "GetTradingGroupInfo", 0x57, cmd::Request().number(Group),
+        *this, "GetTradingGroupInfo", wire::Command::GetTradingGroupInfo,
+        cmd::Request().number(Group),
         [&](cmd::Fields& f) {
             GroupNumber = f.integer();
             GroupAmount = f.amount();
@@ -130,7 +131,7 @@ int VR35::GetTradingGroupInfo(int Group, int& GroupNumber, double& GroupAmount,
 int VR35::GetDepInfoInCheck(int Dep, char& DepChar, double& DepAmount1, long& DepNumber,
                             double& DepAmount2, std::string& DepText) {
     return cmd::run(
-        *this, "GetDepInfoInCheck", 0x58, cmd::Request().number(Dep),
+        *this, "GetDepInfoInCheck", wire::Command::GetDepInfoInCheck, cmd::Request().number(Dep),
         [&](cmd::Fields& f) {
             DepChar = f.character(0);
             DepAmount1 = f.amount();

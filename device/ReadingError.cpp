@@ -1,5 +1,5 @@
 #include "device/Command.h"
-#include "device/ErrorCatalogue.h"
+#include "wire/ErrorCatalogue.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 
@@ -7,8 +7,8 @@ int VR35::ReadingError(int Code, int& ECode, std::string& ErrorMessage) {
     ECode = 0;
     // The minus sign is written ahead of the digits, so 0 asks for "-0".
     const int result =
-        cmd::exchange(*this, "ReadingError", 0x64, cmd::Request().text("-" + IntToStdStr(Code)),
-                      [&](cmd::Fields& f) {
+        cmd::exchange(*this, "ReadingError", wire::Command::ReadingError,
+                      cmd::Request().text("-" + IntToStdStr(Code)), [&](cmd::Fields& f) {
                           ECode = f.integer();
                           ErrorMessage = fromDOStoASCII(f.text());
                       });

@@ -5,10 +5,10 @@
 #include "device/Command.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
+#include "wire/Firmware.h"
 
 namespace {
 
-const unsigned int kOpen = 0x30;
 const int kShiftOpening = 4;  // the receipt type that opens a shift
 const std::string::size_type kOperatorTextBytes = 30;
 // A tax number this short is not sent at all.
@@ -47,6 +47,10 @@ void openingNumbers(cmd::Fields& f, int& first, int& second, int& third) {
 
 }  // namespace
 
+bool VR35::shortFieldsFirmware() const {
+    return wire::shortReceiptFields(firmwareRevision);
+}
+
 int VR35::OpenFiscalInv(int OpCode, std::string OpPwd, int TillNmb, int ReceiptType,
                         std::string Buyer, std::string VatSystem, std::string OperName,
                         std::string OperInn, int& SlipNumber, int& nDoc, int& nShift) {
@@ -54,7 +58,7 @@ int VR35::OpenFiscalInv(int OpCode, std::string OpPwd, int TillNmb, int ReceiptT
     const cmd::Request request =
         opening(*this, OpCode, OpPwd, TillNmb, ReceiptType, Buyer, VatSystem, OperName, OperInn);
     return cmd::run(
-        *this, "OpenFiscalInv", kOpen, request,
+        *this, "OpenFiscalInv", wire::Command::OpenFiscalInv, request,
         [&](cmd::Fields& f) {
             // OpenShift is the one that reads a shift opening's numbers.
             if (ReceiptType != kShiftOpening) openingNumbers(f, SlipNumber, nDoc, nShift);
@@ -74,7 +78,7 @@ int VR35::OpenShift(int OpCode, std::string OpPwd, int TillNmb, std::string Buye
     const cmd::Request request =
         opening(*this, OpCode, OpPwd, TillNmb, kShiftOpening, Buyer, VatSystem, OperName, OperInn);
     return cmd::run(
-        *this, "OpenShift", kOpen, request,
+        *this, "OpenShift", wire::Command::OpenFiscalInv, request,
         [&](cmd::Fields& f) { openingNumbers(f, nFD, SignFP, nShift); },
         [&](std::ostream& log) {
             log << "OpenShift(OpCode=" << OpCode << ",OpPwd=" << OpPwd << ",TillNmb=" << TillNmb
@@ -91,7 +95,7 @@ int VR35::CloseFiscalInv(int& SlipNumber, int& nFD, std::string& SignFP, int& nD
     nDoc = 0;
     nShift = 0;
     return cmd::run(
-        *this, "CloseFiscalInv", 0x38, cmd::Request(),
+        *this, "CloseFiscalInv", wire::Command::CloseFiscalInv, cmd::Request(),
         [&](cmd::Fields& f) {
             SlipNumber = f.integer();
             nFD = f.integer();
@@ -110,7 +114,7 @@ int VR35::CloseFiscalInv(int& SlipNumber, int& nFD, std::string& SignFP, int& nD
 int VR35::CancelFiscalInv(int& SlipNumber) {
     SlipNumber = 0;
     return cmd::run(
-        *this, "CancelFiscalInv", 0x3C, cmd::Request(),
+        *this, "CancelFiscalInv", wire::Command::CancelFiscalInv, cmd::Request(),
         [&](cmd::Fields& f) { SlipNumber = f.integer(); },
         [&](std::ostream& log) { log << "CancelFiscalInv(SlipNumber=" << SlipNumber << ");"; });
 }
@@ -124,8 +128,8 @@ int VR35::SetFiscalInvParam(int Type, std::string Data) {
         request.text(Data, 64);
     else
         request.text(fromASCIItoDOS(Data), 128);
-    return cmd::run(*this, "SetFiscalInvParam", 0x39, request, cmd::noFields,
-                    [&](std::ostream& log) {
+    return cmd::run(*this, "SetFiscalInvParam", wire::Command::SetFiscalInvParam, request,
+                    cmd::noFields, [&](std::ostream& log) {
                         log << "SetFiscalInvParam(Type=" << Type << ",Data=" << Data << ")";
                     });
 }

@@ -17,7 +17,7 @@ int dailyReport(VR35& device, const char* name, char subCode, const cmd::Outputs
                 std::size_t cleared) {
     cmd::clear(outputs, cleared);
     return cmd::run(
-        device, name, 0x6E, cmd::Request().byte(subCode),
+        device, name, wire::Command::DailyReportByTypesOfPayment, cmd::Request().byte(subCode),
         [&](cmd::Fields& f) { cmd::read(f, outputs); }, cmd::Plain{name});
 }
 
@@ -54,7 +54,8 @@ int VR35::PrintReport(char Type, int& nRep, int& nFD, int& SignFP, double& Sum1,
     // clang-format on
     cmd::clear(outputs);
     // The reply carries one more field after RetPurch6, which is dropped unread.
-    return cmd::runOutputs(*this, "PrintReport", 0x45, cmd::Request().byte(Type), outputs,
+    return cmd::runOutputs(*this, "PrintReport", wire::Command::PrintReport,
+                           cmd::Request().byte(Type), outputs,
                            std::string("PrintReport(Type=") + Type + ",", cmd::AmountLog::Stream);
 }
 
@@ -72,8 +73,9 @@ int VR35::ReportOnTaxRates(int& NZreport, double& TaxA, double& TaxB, double& Ta
                                   {"TaxC", TaxC},         {"TaxD", TaxD},          {"TaxE", TaxE},
                                   {"TaxF", TaxF},         {"EntryDate", EntryDate}};
     cmd::clear(outputs);
-    return cmd::runOutputs(*this, "ReportOnTaxRates", 0x32, cmd::Request(), outputs,
-                           "ReportOnTaxRates(", cmd::AmountLog::TwoDecimals);
+    return cmd::runOutputs(*this, "ReportOnTaxRates", wire::Command::ReportOnTaxRates,
+                           cmd::Request(), outputs, "ReportOnTaxRates(",
+                           cmd::AmountLog::TwoDecimals);
 }
 
 // Sum6 and Date are not cleared: they keep the caller's values on failure.
@@ -84,7 +86,8 @@ int VR35::LatestFiscalRecord(char Type, char RecType, int& NRep, double& Sum1, d
                                   {"Sum4", Sum4}, {"Sum5", Sum5}, {"Sum6", Sum6}, {"Date", Date}};
     cmd::clear(outputs, 6);
     return cmd::runOutputs(
-        *this, "LatestFiscalRecord", 0x40, cmd::Request().byte(Type).byte(RecType), outputs,
+        *this, "LatestFiscalRecord", wire::Command::LatestFiscalRecord,
+        cmd::Request().byte(Type).byte(RecType), outputs,
         std::string("LatestFiscalRecord(Type=") + Type + ",RecType=" + RecType + ",",
         cmd::AmountLog::TwoDecimals);
 }
@@ -95,19 +98,20 @@ int VR35::AmountOfSavingsPerDay(char Type, int& NRep, double& Sum1, double& Sum2
     const cmd::Outputs outputs = {{"NRep", NRep}, {"Sum1", Sum1}, {"Sum2", Sum2}, {"Sum3", Sum3},
                                   {"Sum4", Sum4}, {"Sum5", Sum5}, {"Sum6", Sum6}};
     cmd::clear(outputs, 6);
-    return cmd::runOutputs(*this, "AmountOfSavingsPerDay", 0x41, cmd::Request().byte(Type), outputs,
+    return cmd::runOutputs(*this, "AmountOfSavingsPerDay", wire::Command::AmountOfSavingsPerDay,
+                           cmd::Request().byte(Type), outputs,
                            std::string("AmountOfSavingsPerDay(Type=") + Type + ",",
                            cmd::AmountLog::TwoDecimals);
 }
 
 int VR35::OperatorReport(int From, int To, char Type) {
-    return cmd::run(*this, "OperatorReport", 0x69,
+    return cmd::run(*this, "OperatorReport", wire::Command::OperatorReport,
                     cmd::Request().number(From).number(To).byte(Type), cmd::noFields,
                     cmd::Plain{"OperatorReport"});
 }
 
 int VR35::ReportByArticle(char Type, int From, int To) {
-    return cmd::run(*this, "ReportByArticle", 0x6F,
+    return cmd::run(*this, "ReportByArticle", wire::Command::ReportByArticle,
                     cmd::Request().byte(Type).number(From).number(To), cmd::noFields,
                     cmd::Plain{"ReportByArticle"});
 }
@@ -121,8 +125,9 @@ int VR35::ReportByOperators(int Operator, int& Number1, double& Amount1, int& Nu
     const cmd::Outputs outputs = {Number1, Amount1, Number2, Amount2, Number3, Amount3, Number4,
                                   Amount4, Number5, Amount5, Number6, Amount6, Number7, Amount7};
     return cmd::run(
-        *this, "ReportByOperators", 0x70, cmd::Request().number(Operator),
-        [&](cmd::Fields& f) { cmd::read(f, outputs); }, cmd::Plain{"ReportByOperators"});
+        *this, "ReportByOperators", wire::Command::ReportByOperators,
+        cmd::Request().number(Operator), [&](cmd::Fields& f) { cmd::read(f, outputs); },
+        cmd::Plain{"ReportByOperators"});
 }
 
 int VR35::DailyReportByTypesOfPayment0(double& Value1, double& Value2, double& Value3,

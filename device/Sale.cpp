@@ -54,7 +54,8 @@ int VR35::RegisterSale(std::string PluName, char TaxCd, double Price, double Qua
             .text(unlessZero(SignPay));
     }
     return cmd::run(
-        *this, "RegisterSale", 0x31, request, [&](cmd::Fields& f) { SlipNumber = f.integer(); },
+        *this, "RegisterSale", wire::Command::RegisterSale, request,
+        [&](cmd::Fields& f) { SlipNumber = f.integer(); },
         [&](std::ostream& log) {
             log << "RegisterSale(PluName=\"" << fromDOStoASCII(PluName) << "\",TaxCd='" << TaxCd
                 << "',Price=" << cmd::amountText(Price, 2)
@@ -76,7 +77,7 @@ int VR35::RegisterArticleSale(int PluCode, double Quantity, char DiscountType, d
     // the value field is then left out together with its tab.
     if (DiscountType != '0') request.amount(DiscountValue, 2);
     return cmd::run(
-        *this, "RegisterArticleSale", 0x3A, request,
+        *this, "RegisterArticleSale", wire::Command::RegisterArticleSale, request,
         [&](cmd::Fields& f) { SlipNumber = f.integer(); },
         [&](std::ostream& log) {
             log << "RegisterArticleSale(PluCode=" << PluCode
@@ -89,7 +90,7 @@ int VR35::RegisterArticleSale(int PluCode, double Quantity, char DiscountType, d
 int VR35::PrintFreeTextInFiscalInv(std::string Text, char Bold, char Italic, char DoubleH,
                                    char Underline, char alignment, char Extra) {
     return cmd::run(
-        *this, "PrintFreeTextInFiscalInv", 0x36,
+        *this, "PrintFreeTextInFiscalInv", wire::Command::PrintFreeTextInFiscalInv,
         cmd::printTextRequest(model, Text, Bold, Italic, DoubleH, Underline, alignment, Extra),
         cmd::noFields,
         [&](std::ostream& log) { log << "PrintFreeTextInFiscalInv(Text=" << Text << ");"; });

@@ -10,14 +10,12 @@ namespace {
 // Status bytes beyond this many are not pictured.
 const std::string::size_type kStatusPictureBytes = 6;
 
-const unsigned int kDeviceInfo = 0x7B;
-
 // ReadDeviceInfo1 and 2: five text fields, the first one included.
 int readDeviceInfo(VR35& device, const char* name, const char* subCode, std::string& Field1,
                    std::string& Field2, std::string& Field3, std::string& Field4,
                    std::string& Field5) {
     return cmd::run(
-        device, name, kDeviceInfo, cmd::Request().text(subCode),
+        device, name, wire::Command::ReadDeviceInfo, cmd::Request().text(subCode),
         [&](cmd::Fields& f) {
             Field1 = f.text();
             Field2 = f.text();
@@ -32,7 +30,7 @@ int readDeviceInfo(VR35& device, const char* name, const char* subCode, std::str
 
 int VR35::GetStatusFP(std::string& StatusBytes) {
     return cmd::run(
-        *this, "GetStatusFP", 0x4A, cmd::Request(),
+        *this, "GetStatusFP", wire::Command::GetStatusFP, cmd::Request(),
         [&](cmd::Fields& f) {
             const std::string field = f.text();
             StatusBytes.clear();
@@ -49,7 +47,7 @@ int VR35::GetStatusFP(std::string& StatusBytes) {
 
 int VR35::GetStatusShift(bool& ShiftIsOpen, bool& Shift24h, int& ShiftTime) {
     return cmd::run(
-        *this, "GetStatusShift", 0x4B, cmd::Request(),
+        *this, "GetStatusShift", wire::Command::GetStatusShift, cmd::Request(),
         [&](cmd::Fields& f) {
             ShiftIsOpen = f.flag();
             Shift24h = f.flag();
@@ -69,7 +67,7 @@ int VR35::FiscalTransactionsStatus(char& IsOpen, int& Number, int& Items, double
     Amount = 0.0;
     Paid = 0.0;
     return cmd::run(
-        *this, "FiscalTransactionsStatus", 0x4C, cmd::Request(),
+        *this, "FiscalTransactionsStatus", wire::Command::FiscalTransactionsStatus, cmd::Request(),
         [&](cmd::Fields& f) {
             IsOpen = f.character(0);
             Number = f.integer();
@@ -87,7 +85,7 @@ int VR35::InfoByCurrentInv(double& Value1, double& Value2, double& Value3, doubl
                            double& Value5, double& Value6) {
     Value1 = Value2 = Value3 = Value4 = Value5 = Value6 = 0.0;
     return cmd::run(
-        *this, "InfoByCurrentInv", 0x67, cmd::Request(),
+        *this, "InfoByCurrentInv", wire::Command::InfoByCurrentInv, cmd::Request(),
         [&](cmd::Fields& f) {
             Value1 = f.amount();
             Value2 = f.amount();
@@ -101,12 +99,14 @@ int VR35::InfoByCurrentInv(double& Value1, double& Value2, double& Value3, doubl
 
 int VR35::GetDateTime(std::string& DateTime) {
     return cmd::run(
-        *this, "GetDateTime", 0x3E, cmd::Request(), [&](cmd::Fields& f) { DateTime = f.text(); },
+        *this, "GetDateTime", wire::Command::GetDateTime, cmd::Request(),
+        [&](cmd::Fields& f) { DateTime = f.text(); },
         [&](std::ostream& log) { log << "GetDateTime(DateTime=" << DateTime << ");"; });
 }
 
 int VR35::SetDateTime(std::string DateTime) {
-    return cmd::run(*this, "SetDateTime", 0x3D, cmd::Request().text(DateTime), cmd::noFields,
+    return cmd::run(*this, "SetDateTime", wire::Command::SetDateTime, cmd::Request().text(DateTime),
+                    cmd::noFields,
                     [&](std::ostream& log) { log << "SetDateTime(DateTime=" << DateTime << ");"; });
 }
 
@@ -114,7 +114,7 @@ int VR35::DiagnosticInfo(std::string& Name, std::string& FwRev, std::string& FwD
                          std::string& FwTime, std::string& Checksum, std::string& Sw,
                          std::string& DevNumber) {
     return cmd::run(
-        *this, "DiagnosticInfo", 0x5A, cmd::Request().empty(),
+        *this, "DiagnosticInfo", wire::Command::DiagnosticInfo, cmd::Request().empty(),
         [&](cmd::Fields& f) {
             Name = fromDOStoASCII(f.text());
             FwRev = f.text();
@@ -148,7 +148,7 @@ int VR35::ReadDeviceInfo2(std::string& Field1, std::string& Field2, std::string&
 int VR35::ReadDeviceInfo3(int& Field1, std::string& Field2, int& Field3, std::string& Field4,
                           int& Field5, std::string& Field6) {
     return cmd::run(
-        *this, "ReadDeviceInfo3", kDeviceInfo, cmd::Request().text("3"),
+        *this, "ReadDeviceInfo3", wire::Command::ReadDeviceInfo, cmd::Request().text("3"),
         [&](cmd::Fields& f) {
             Field1 = f.integer();
             Field2 = f.text();
@@ -161,7 +161,8 @@ int VR35::ReadDeviceInfo3(int& Field1, std::string& Field2, int& Field3, std::st
 }
 
 int VR35::PrintDiagnostic(char InfoType) {
-    return cmd::run(
-        *this, "PrintDiagnostic", 0x47, cmd::Request().byte(InfoType), cmd::noFields,
-        [&](std::ostream& log) { log << "PrintDiagnostic(InfoType=" << InfoType << ");"; });
+    return cmd::run(*this, "PrintDiagnostic", wire::Command::PrintDiagnostic,
+                    cmd::Request().byte(InfoType), cmd::noFields, [&](std::ostream& log) {
+                        log << "PrintDiagnostic(InfoType=" << InfoType << ");";
+                    });
 }

@@ -1,15 +1,16 @@
 #include "device/VR35.h"
 
-#include <unistd.h>
-
-#include <cstring>
+#include <cstddef>
 #include <iostream>
 #include <stdexcept>
 
+#include "api/ResultCodes.h"
 #include "device/Command.h"
 #include "tools/stdTools.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"
+#include "wire/Pause.h"
+#include "wire/ReplyScanner.h"
 
 VR35::VR35()
     : seq(0x20),
@@ -39,136 +40,60 @@ unsigned char VR35::getNextSeq() {
 
 namespace {
 
-const int kFailed = 100001;
-const size_t kRxSize = 102400;
+const std::size_t kReceiveBufferSize = 102400;
 const int kMaxSends = 5;
-const int kMaxEmptyPasses = 10;
-
-// Wipes what was written to the receive buffer. Bytes past the received total
-// are never read, so clearing only the written stretch keeps the whole buffer
-// zero without touching 100 KiB on every send.
-void wipe(unsigned char* buffer, size_t& written) {
-    std::memset(buffer, 0, written);
-    written = 0;
-}
+const unsigned int kNakPause = 1000;  // us
 
 }  // namespace
 
+// Sends the frame and reads until the scanner has a complete reply, sending
+// again on a NAK, a frame of another request, a wrong sum or a silence: at
+// most five sends.
 int VR35::SendPMessage(unsigned int command, unsigned char* data, int length, std::string& reply) {
-    if (port == nullptr) return kFailed;
-    unsigned char buffer[kRxSize];
-    size_t written = 0;
+    if (port == nullptr) return VERDA_EXCHANGE_FAILED;
+    unsigned char buffer[kReceiveBufferSize];
+    wire::ReplyScanner scanner(buffer, sizeof buffer);
     lastCommand = static_cast<unsigned char>(command);
     getNextSeq();
-    if (!port->isOpen()) return kFailed;
+    if (!port->isOpen()) return VERDA_EXCHANGE_FAILED;
 
-    const unsigned int lengthWord = MakeINT(length + frame::kRequestLengthBias);
+    const unsigned int lengthWord = MakeINT(length + wire::kRequestLengthBias);
     const unsigned int commandWord = MakeINT(command);
     const unsigned int sum = MakeCRC(lengthWord) + seq + MakeCRC(commandWord) +
-                             MakeCRC(data, 0, static_cast<unsigned int>(length)) +
-                             frame::kPostamble;
+                             MakeCRC(data, 0, static_cast<unsigned int>(length)) + wire::kPostamble;
 
-    for (int repeats = 0; repeats < kMaxSends; ++repeats) {
-        wipe(buffer, written);
-        if (repeats != 0) {
+    for (int sends = 0; sends < kMaxSends; ++sends) {
+        scanner.expect(seq, lastCommand);
+        if (sends != 0) {
             if (logEnabled) logrotate(homeDir + kLogFileName, "REPEAT");
             std::cout << "REPEAT SEND!" << std::endl;
         }
-        port->WriteChar(frame::kPreamble);
+        port->WriteChar(wire::kPreamble);
         port->WriteUInt(lengthWord);
         port->WriteUChar(seq);
         port->WriteUInt(commandWord);
         port->Write(data, static_cast<unsigned long>(length));
-        port->WriteUChar(frame::kPostamble);
+        port->WriteUChar(wire::kPostamble);
         port->WriteUInt(MakeINT(sum));
-        port->WriteUChar(frame::kTerminator);
+        port->WriteUChar(wire::kTerminator);
 
-        size_t total = 0;
-        int attempts = 0;
-        bool nak = false;
-        bool repeat = false;
-        while (!nak && !repeat) {
-            const long got = port->Read(buffer + total, kRxSize - total);
-            const size_t fresh = got > 0 ? static_cast<size_t>(got) : 0;
-            const size_t freshStart = total;
-            if (fresh > 0) {
-                total += fresh;
-                attempts = 0;
-                if (total > written) written = total;
-            }
+        wire::ReplyScanner::Verdict verdict;
+        do verdict = scanner.feed(port->Read(scanner.space(), scanner.room()));
+        while (verdict == wire::ReplyScanner::Verdict::NeedMore);
 
-            bool validate = false;
-            if (total != 0) {
-                // NAK and SYN are looked for only outside a frame, in new bytes.
-                if (total >= 2 && buffer[0] != frame::kPreamble && fresh > 0) {
-                    if (std::memchr(buffer + freshStart, frame::kNak, fresh) != nullptr) {
-                        nak = true;
-                        break;
-                    }
-                    bool syn = false;
-                    size_t k = freshStart;
-                    while (k < total && buffer[k] != frame::kPreamble) {
-                        if (buffer[k] == frame::kSyn) syn = true;
-                        ++k;
-                    }
-                    if (k == total && syn) usleep(1000);
-                }
-                if (buffer[0] == frame::kPreamble) {
-                    validate = total > 4;
-                } else {
-                    // Resynchronise on the next preamble, or keep the last byte.
-                    const void* next = std::memchr(buffer + 1, frame::kPreamble, total - 1);
-                    const size_t from =
-                        next != nullptr
-                            ? static_cast<size_t>(static_cast<const unsigned char*>(next) - buffer)
-                            : total - 1;
-                    if (from != 0) {
-                        std::memmove(buffer, buffer + from, total - from);
-                        total -= from;
-                        usleep(20000);
-                        validate = total > 4 && buffer[0] == frame::kPreamble;
-                    }
-                }
-            }
-
-            if (validate) {
-                unsigned int word;
-                std::memcpy(&word, buffer + 1, sizeof word);
-                const unsigned short L =
-                    static_cast<unsigned short>(uMakeINT(word) - frame::kLengthBias);
-                if (total - 5 > L) {
-                    std::memcpy(&word, buffer + 6, sizeof word);
-                    if (buffer[5] != seq || uMakeINT(word) != lastCommand) {
-                        repeat = true;
-                        continue;
-                    }
-                    const unsigned int expected = MakeINT(MakeCRC(buffer, 1, L));
-                    if (std::memcmp(&expected, buffer + L + 1, sizeof expected) != 0) {
-                        wipe(buffer, written);
-                        repeat = true;
-                        continue;
-                    }
-                    // A length below 8 would put the status before the buffer:
-                    // such a frame gets all-zero status bytes.
-                    unsigned char noStatus[frame::kStatusBytes] = {};
-                    status->SetStatus(L >= frame::kStatusBytes ? buffer + L - frame::kStatusBytes
-                                                               : noStatus);
-                    if (L < 19) throw std::length_error("reply frame shorter than its header");
-                    reply.assign(reinterpret_cast<const char*>(buffer) + frame::kDataOffset,
-                                 L - 19);
-                    return reply.empty() ? kFailed : 0;
-                }
-            }
-
-            // Attempt step.
-            if (++attempts >= kMaxEmptyPasses) repeat = true;
+        if (verdict == wire::ReplyScanner::Verdict::Complete) {
+            status->SetStatus(scanner.status());
+            if (scanner.dataSize() < 0)
+                throw std::length_error("reply frame shorter than its header");
+            reply.assign(scanner.data(), static_cast<std::size_t>(scanner.dataSize()));
+            return reply.empty() ? VERDA_EXCHANGE_FAILED : VERDA_OK;
         }
-        if (nak) {
+        if (verdict == wire::ReplyScanner::Verdict::Nak) {
             if (logEnabled) logrotate(homeDir + kLogFileName, "NACK");
-            usleep(1000);
+            wire::pause(kNakPause);
         }
     }
-    return kFailed;
+    return VERDA_EXCHANGE_FAILED;
 }
 
 // --- Lifecycle and transport ------------------------------------------------
@@ -245,6 +170,6 @@ int VR35::GetLineLength() {
 // --- Connection ------------------------------------------------------------------
 
 int VR35::CheckConnection() {
-    return cmd::run(*this, "CheckConnection", 0x2D, cmd::Request(), cmd::noFields,
-                    cmd::Plain{"CheckConnection"});
+    return cmd::run(*this, "CheckConnection", wire::Command::CheckConnection, cmd::Request(),
+                    cmd::noFields, cmd::Plain{"CheckConnection"});
 }

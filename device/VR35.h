@@ -4,7 +4,7 @@
 #include <string>
 
 #include "device/CPrinter.h"
-#include "device/Frame.h"
+#include "wire/Frame.h"
 #include "device/MyStatus.h"
 #include "transport/Port.h"
 
@@ -96,8 +96,9 @@ class VR35 : public CPrinter {
                           double& DepAmount2, std::string& DepText);
 
     // --- Receipts ----------------------------------------------------------------
-    // The firmware whose receipt commands take shorter field lists.
-    bool shortFieldsFirmware() const { return firmwareRevision == 944123; }
+    // Whether the firmware's receipt commands take shorter field lists
+    // (revision 944123 only).
+    bool shortFieldsFirmware() const;
     int OpenFiscalInv(int OpCode, std::string OpPwd, int TillNmb, int ReceiptType,
                       std::string Buyer, std::string VatSystem, std::string OperName,
                       std::string OperInn, int& SlipNumber, int& nDoc, int& nShift);
@@ -214,7 +215,7 @@ class VR35 : public CPrinter {
 
     // --- Error texts -------------------------------------------------------------
     // Explains Code: the register's own text, or, when none arrives and
-    // ErrorMessage is still empty, the catalogue's (device/ErrorCatalogue.h).
+    // ErrorMessage is still empty, the catalogue's (wire/ErrorCatalogue.h).
     // ECode is cleared first; ErrorMessage is not, and a text the caller
     // passes in is kept. Read ErrorMessage whatever the result.
     int ReadingError(int Code, int& ECode, std::string& ErrorMessage);

@@ -27,13 +27,7 @@
 #include "api/Globals.h"
 #include "device/VR35.h"
 #include "fuzz/ReplayPort.h"
-
-// The exchange sleeps between its repeats and after resynchronising; a
-// replayed line needs no pauses. This definition takes the place of the C
-// library's for the driver too, which is linked into this program.
-extern "C" int usleep(useconds_t) {
-    return 0;
-}
+#include "wire/Pause.h"
 
 namespace {
 
@@ -127,6 +121,9 @@ const std::vector<Operation>& operations() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    // The exchange pauses after a SYN, after resynchronising and after a NAK;
+    // a replayed line needs no pauses.
+    wire::setPause([](unsigned int) {});
     // "REPEAT SEND!" on every repeat would only slow the run down.
     std::cout.setstate(std::ios::badbit);
     char dir[] = "/tmp/verda-fuzz-XXXXXX";

@@ -1,9 +1,12 @@
-#!/usr/bin/env python3
-"""Writes the seed corpus of the exchange fuzz target into fuzz/corpus/.
+#!/usr/bin/python3
+"""Writes the seed corpora of the fuzz targets: fuzz/corpus/ for the exchange,
+fuzz/scanner_corpus/ for the reply scanner.
 
-Each seed is an input in the target's format (fuzz/exchange_fuzz.cpp and
-fuzz/ReplayPort.h): a setup byte, then operation bytes, each followed by the
-records its reads take. Run it again after a change of that format.
+An exchange seed is an input in that target's format (fuzz/exchange_fuzz.cpp
+and fuzz/ReplayPort.h): a setup byte, then operation bytes, each followed by
+the records its reads take. A scanner seed is the expected sequence and
+command, the buffer's size byte and records of reads (fuzz/scanner_fuzz.cpp).
+Run it again after a change of either format.
 """
 import os
 import struct
@@ -85,8 +88,41 @@ SEEDS = {
     + bytes([CHECK]) + raw(b"\x16\x16") + good(b"0\t"),
 }
 
-here = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
-os.makedirs(here, exist_ok=True)
-for name, data in SEEDS.items():
-    with open(os.path.join(here, name), "wb") as f:
-        f.write(data)
+
+def word(value):
+    return bytes(0x30 + ((value >> shift) & 0xF) for shift in (12, 8, 4, 0))
+
+
+def reply_frame(seq, command, data, status=bytes(8)):
+    counted = word(len(data) + 0x33) + bytes([seq]) + word(command) + data + b"\x04" + status
+    counted += b"\x05"
+    return b"\x01" + counted + word(sum(counted) & 0xFFFF) + b"\x03"
+
+
+def read(data):
+    return bytes([len(data)]) + data
+
+
+SEQ, CMD = 0x21, 0x2D
+REPLY = reply_frame(SEQ, CMD, b"0\tok\t", bytes(range(1, 9)))
+BAD_SUM = REPLY[:-2] + bytes([REPLY[-2] ^ 1]) + REPLY[-1:]
+
+SCANNER_SEEDS = {
+    "whole": bytes([SEQ, CMD, 40, 0xFE, 2]) + b"0\t" + bytes(8),
+    "pieces": bytes([SEQ, CMD, 40]) + read(REPLY[:3]) + read(b"") + read(REPLY[3:]),
+    "noise_syn_nak": bytes([SEQ, CMD, 40]) + read(b"zz\x16") + read(b"\x16\x16") + read(b"\x15"),
+    "syn_then_reply": bytes([SEQ, CMD, 40]) + read(b"\x16\x16" + REPLY),
+    "wrong_sequence_then_reply": bytes([SEQ, CMD, 40]) + read(reply_frame(SEQ + 1, CMD, b"0\t"))
+    + read(REPLY),
+    "bad_sum_then_reply": bytes([SEQ, CMD, 40]) + read(BAD_SUM) + read(REPLY),
+    "short_length": bytes([SEQ, 0xE8, 4]) + read(b"\x01\x30\x30\x32\x35\x21\x30\x30\x3E\x38\x03"),
+    "full_buffer": bytes([SEQ, CMD, 0]) + read(b"\x01\x3F\x3F\x3F\x3F" + bytes(20)) + read(b"") * 9,
+    "silence": bytes([SEQ, CMD, 10]) + read(b"") * 5 + b"\xff" * 5 + read(REPLY),
+}
+
+here = os.path.dirname(os.path.abspath(__file__))
+for folder, seeds in (("corpus", SEEDS), ("scanner_corpus", SCANNER_SEEDS)):
+    os.makedirs(os.path.join(here, folder), exist_ok=True)
+    for name, data in seeds.items():
+        with open(os.path.join(here, folder, name), "wb") as f:
+            f.write(data)

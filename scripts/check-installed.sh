@@ -38,7 +38,9 @@ export PKG_CONFIG_SYSROOT_DIR=$work/root
   echo "check-installed: libCorteliaVERDA.so and .so.1 links missing in $libdir" >&2; exit 1; }
 
 include=$usr/include/CorteliaVERDA
-for internal in device/Command.h api/Globals.h capi/Wrapper.h; do
+# Of the protocol core only the frame format is public.
+for internal in device/Command.h api/Globals.h capi/Wrapper.h \
+    $(cd "$source" && ls wire/*.h | grep -vx wire/Frame.h); do
   if [ -e "$include/$internal" ]; then
     echo "check-installed: internal header $internal is installed" >&2
     exit 1

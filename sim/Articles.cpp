@@ -50,7 +50,7 @@ void Register::ArticleDatabase(const Args& in, Reply& out) {
         case 'R':
             in.expect(2, 2);
             if (found == articles.end()) throw Refusal{err::kNoArticle};
-            return articleRecord(found->first, found->second, newFirmware(), out);
+            return articleRecord(found->first, found->second, longArticleRecord(), out);
         case 'F':
         case 'f':
         case 'L':
@@ -104,10 +104,10 @@ void Register::articleRecord(int plu, const sim::Article& a, bool longForm, Repl
 
 // P: PLU, tax, department, group, price type, price, AddQty ("1" adds the
 // quantity to the stock, anything else sets it), quantity, four bar codes,
-// name; the newer firmware adds units, 1C id, weight and service marks and
-// two extras (empty for 0).
+// name; the long record (firmware above 944123) adds units, 1C id, weight and
+// service marks and two extras (empty for 0).
 void Register::writeArticle(const Args& in) {
-    if (newFirmware())
+    if (longArticleRecord())
         in.expect(20, 20);
     else
         in.expect(14, 14);
@@ -138,7 +138,7 @@ void Register::writeArticle(const Args& in) {
                     throw Refusal{err::kArticleBarcodeExists};
     }
     a.name = in.text(13).substr(0, 32);
-    if (newFirmware()) {
+    if (longArticleRecord()) {
         a.units = in.text(14);
         a.id1c = in.text(15);
         a.isWeight = in.text(16);

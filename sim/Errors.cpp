@@ -1,61 +1,68 @@
 #include "sim/Errors.h"
 
 #include "sim/Paper.h"
+#include "wire/ErrorCatalogue.h"
 
 namespace sim {
 
+namespace {
+
+// The numbers the simulated register refuses with: it knows the texts of
+// these, and of no other.
+const int kKnown[] = {
+    err::kEndOfData,
+    err::kNoRecords,
+    err::kFiscalMemoryFull,
+    err::kEmptyRange,
+    err::kWrongTime,
+    err::kWrongFormat,
+    err::kWrongData,
+    err::kWrongPassword,
+    err::kArticleBarcodeExists,
+    err::kArticleBaseFull,
+    err::kArticleHasTurnover,
+    err::kCloseShift,
+    err::kServicePassword,
+    err::kForbidden,
+    err::kNoJournalRecords,
+    err::kNotFiscalized,
+    err::kFiscalized,
+    err::kShiftOpen,
+    err::kShiftClosed,
+    err::kWrongParameters,
+    err::kNoArticle,
+    err::kTaxForbidden,
+    err::kDepartmentRange,
+    err::kReceiptOpen,
+    err::kReceiptClosed,
+    err::kNoCash,
+    err::kPaymentStarted,
+    err::kNoSales,
+    err::kShiftOver24h,
+    err::kZeroAmount,
+    err::kValueTooBig,
+    err::kWrongIndex,
+    err::kServiceDocOpen,
+    err::kFiscalReceiptOpen,
+    err::kNotPaid,
+    err::kReceiptType,
+    err::kPaymentForbidden,
+    err::kOverpaid,
+    err::kNegativePrice,
+    err::kOutOfStock,
+    err::kUnknownCommand,
+    err::kSyntax,
+    err::kWrongDateTime,
+};
+
+}  // namespace
+
 std::string errorText(int code) {
-    struct Row {
-        int code;
-        const char* text;
-    };
-    static const Row rows[] = {
-        {err::kEndOfData, "Конец данных"},
-        {err::kNoRecords, "Нет записей"},
-        {err::kFiscalMemoryFull, "Достигнуто максимальное количество записей в ФП"},
-        {err::kEmptyRange, "Пустой диапазон в ФП"},
-        {err::kWrongTime, "Логическая ошибка: Неверное время"},
-        {err::kWrongFormat, "Логическая ошибка: Неверный формат"},
-        {err::kWrongData, "Логическая ошибка: Неверные данные"},
-        {err::kWrongPassword, "Ошибка оператора: Неверный пароль кассира"},
-        {err::kArticleBarcodeExists, "Ошибка базы данных товаров: Такой штрихкод существует"},
-        {err::kArticleBaseFull, "Ошибка базы данных товаров: База товаров заполнена"},
-        {err::kArticleHasTurnover, "Ошибка базы данных товаров: Товар имеет накопления"},
-        {err::kCloseShift, "Сервисная ошибка: Необходимо закрыть смену"},
-        {err::kServicePassword, "Сервисная ошибка: Необходим ввод сервисного пароля"},
-        {err::kForbidden, "Сервисная ошибка: Операция запрещена"},
-        {err::kNoJournalRecords, "Ошибка ЭЖ: Нет записей в ЭЖ"},
-        {err::kNotFiscalized, "Ошибка устройства: Аппарат не фискализирован"},
-        {err::kFiscalized, "Ошибка устройства: Аппарат уже фискализирован"},
-        {err::kShiftOpen, "Ошибка устройства: Смена открыта"},
-        {err::kShiftClosed, "Ошибка устройства: Смена закрыта"},
-        {err::kWrongParameters, "Рабочая ошибка: Неверные параметры"},
-        {err::kNoArticle, "Ошибка режима регистрации: Код товара не существует"},
-        {err::kTaxForbidden, "Ошибка режима регистрации: Ставка НДС запрещена"},
-        {err::kDepartmentRange, "Ошибка режима регистрации: Отдел не входит в диапазон"},
-        {err::kReceiptOpen, "Ошибка режима регистрации: Чек открыт"},
-        {err::kReceiptClosed, "Ошибка режима регистрации: Чек закрыт"},
-        {err::kNoCash, "Ошибка режима регистрации: Недостаточно наличности в кассе"},
-        {err::kPaymentStarted, "Ошибка режима регистрации: Оплата началась"},
-        {err::kNoSales, "Ошибка режима регистрации: Нет продаж/покупок в чеке"},
-        {err::kShiftOver24h, "Ошибка режима регистрации: Смена превысила 24 часа. Закройте смену"},
-        {err::kZeroAmount, "Ошибка режима регистрации: Количество * Цена = 0"},
-        {err::kValueTooBig, "Ошибка режима регистрации: Превышение значения"},
-        {err::kWrongIndex, "Ошибка режима регистрации: Неверный индекс"},
-        {err::kServiceDocOpen, "Ошибка режима регистрации: Открыт служебный чек"},
-        {err::kFiscalReceiptOpen, "Ошибка режима регистрации: Открыт фискальный чек"},
-        {err::kNotPaid, "Ошибка режима регистрации: Оплата не произведена"},
-        {err::kReceiptType, "Ошибка режима регистрации: Несоответствие типа чека"},
-        {err::kPaymentForbidden, "Ошибка режима регистрации: Запрещенный платеж"},
-        {err::kOverpaid, "Ошибка режима регистрации: Введенная сумма больше суммы оплаты"},
-        {err::kNegativePrice, "Ошибка режима регистрации: Отрицательная цена запрещена"},
-        {err::kOutOfStock, "Ошибка режима регистрации: Нет в остатке"},
-        {err::kUnknownCommand, "Ошибка фискального регистратора: Неверная команда"},
-        {err::kSyntax, "Ошибка фискального регистратора: Неверный синтаксис"},
-        {err::kWrongDateTime, "Ошибка фискального регистратора: Неверная дата и время"},
-    };
-    for (const Row& row : rows)
-        if (row.code == code) return dev(row.text);
+    for (int known : kKnown) {
+        if (known != code) continue;
+        const char* text = ::errorText(code);
+        return text != nullptr ? dev(text) : std::string();
+    }
     return std::string();
 }
 

@@ -1,6 +1,6 @@
 #include "sim/Link.h"
 
-#include "device/Frame.h"
+#include "wire/Frame.h"
 
 namespace sim {
 
@@ -8,11 +8,12 @@ namespace {
 
 // NAK and SYN go out as pairs: a single byte alone in the driver's buffer is
 // not looked at.
-const std::string kNak(2, static_cast<char>(frame::kNak));
-const std::string kSyn(2, static_cast<char>(frame::kSyn));
+const std::string kNak(2, static_cast<char>(wire::kNak));
+const std::string kSyn(2, static_cast<char>(wire::kSyn));
 
-std::string requestKey(const Frame& frame) {
-    return std::string(1, static_cast<char>(frame.seq)) + str(frame.command) + "/" + frame.data;
+std::string requestKey(const wire::Request& request) {
+    return std::string(1, static_cast<char>(request.seq)) + str(request.command) + "/" +
+           request.data;
 }
 
 }  // namespace
@@ -21,12 +22,13 @@ std::vector<Chunk> Link::receive(const char* bytes, size_t count) {
     std::vector<Chunk> out;
     reader_.feed(bytes, count);
     hangingUp_ = false;
-    Frame frame;
-    for (FrameReader::Result r; !hangingUp_ && (r = reader_.next(frame)) != FrameReader::Nothing;) {
-        if (r == FrameReader::Bad)
+    wire::Request request;
+    for (wire::RequestReader::Result r;
+         !hangingUp_ && (r = reader_.next(request)) != wire::RequestReader::Nothing;) {
+        if (r == wire::RequestReader::Bad)
             out.push_back(Chunk{kNak, 0});
         else
-            answer(frame, out);
+            answer(request, out);
     }
     return out;
 }
@@ -37,22 +39,22 @@ void Link::reset() {
     lastReply_.clear();
 }
 
-void Link::answer(const Frame& frame, std::vector<Chunk>& out) {
+void Link::answer(const wire::Request& request, std::vector<Chunk>& out) {
     const FaultRates& rates = faults_.rates();
     if (faults_.hit(rates.nak)) {
         out.push_back(Chunk{kNak, 0});
         return;
     }
-    const std::string key = requestKey(frame);
+    const std::string key = requestKey(request);
     bool printed = false;
     if (key != lastRequest_ || lastReply_.empty()) {
-        const std::string data = device_.execute(frame.command, frame.data);
+        const std::string data = device_.execute(request.command, request.data);
         printed = device_.printed();
         // The command number is echoed as the driver keeps it, in one byte.
-        lastReply_ = replyFrame(frame.seq, frame.command & 0xFF, data, device_.status());
+        lastReply_ = wire::replyFrame(request.seq, request.command & 0xFF, data, device_.status());
         lastRequest_ = key;
         changed_();
-        if (static_cast<int>(frame.command) == hangUp_.command && ++hangUpSeen_ == hangUp_.nth) {
+        if (static_cast<int>(request.command) == hangUp_.command && ++hangUpSeen_ == hangUp_.nth) {
             hangingUp_ = true;
             reader_.clear();
             return;

@@ -13,7 +13,7 @@
 
 #include "sim/Faults.h"
 #include "sim/Register.h"
-#include "sim/Wire.h"
+#include "wire/DeviceSide.h"
 
 namespace sim {
 
@@ -48,7 +48,7 @@ class Link {
     bool hangingUp() const { return hangingUp_; }
 
   private:
-    void answer(const Frame& frame, std::vector<Chunk>& out);
+    void answer(const wire::Request& request, std::vector<Chunk>& out);
 
     Register& device_;
     Faults& faults_;
@@ -56,7 +56,7 @@ class Link {
     int hangUpSeen_ = 0;
     bool hangingUp_ = false;
     std::function<void()> changed_;
-    FrameReader reader_;
+    wire::RequestReader reader_;
     // The last executed request (sequence, command, data) and its reply.
     // A repeat cannot outlive the connection, so neither is kept in the
     // state file.

@@ -58,10 +58,10 @@ Money taxIn(Money sum, Money rate) {
 void Register::OpenFiscalInv(const Args& in, Reply& out) {
     if (state_.receipt.state == Receipt::Fiscal) throw Refusal{err::kReceiptOpen};
     if (state_.receipt.state == Receipt::Service) throw Refusal{err::kServiceDocOpen};
-    if (newFirmware())
-        in.expect(7, 8);
-    else
+    if (shortReceiptFields())
         in.expect(6, 6);
+    else
+        in.expect(7, 8);
     requireOperator(in, 0, 1);
     in.integer(2);  // till number
     const long long type = in.integer(3);
@@ -108,17 +108,18 @@ void Register::OpenShift(Reply& out) {
 
 // --- Lines ------------------------------------------------------------------------
 
-// Name, tax, price, quantity, discount kind and value, department; on the
-// newer firmware also unit, discount sum, sum, sign and payment sign.
+// Name, tax, price, quantity, discount kind and value, department; on every
+// firmware but the one with the short receipt fields (944123) also unit,
+// discount sum, sum, sign and payment sign.
 void Register::RegisterSale(const Args& in, Reply& out) {
     requireFiscalReceipt();
-    if (newFirmware())
-        in.expect(12, 12);
-    else
+    if (shortReceiptFields())
         in.expect(7, 7);
+    else
+        in.expect(12, 12);
     requireShiftOpen();
     Line line;
-    line.name = in.text(0).substr(0, newFirmware() ? 64 : 32);
+    line.name = in.text(0).substr(0, shortReceiptFields() ? 32 : 64);
     line.tax = taxGroup(in.byte(1));
     line.price = in.amount(2);
     line.quantity = in.quantity(3);

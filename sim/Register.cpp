@@ -2,6 +2,8 @@
 
 #include <ctime>
 
+#include "wire/Firmware.h"
+
 namespace sim {
 
 // --- Request fields ------------------------------------------------------------
@@ -41,73 +43,73 @@ Milli Args::quantity(size_t i) const {
 // --- Commands --------------------------------------------------------------------
 
 const Register::Entry Register::kCommands[] = {
-    {0x21, &Register::Display},
-    {0x23, &Register::Display},
-    {0x26, &Register::OpenServiceInv},
-    {0x27, &Register::CloseServiceInv},
-    {0x2A, &Register::PrintFreeTextInServiceInv},
-    {0x2C, &Register::FeedPaper},
-    {0x2D, &Register::CheckConnection},
-    {0x2E, &Register::CutPaper},
-    {0x2F, &Register::Display},
-    {0x30, &Register::OpenFiscalInv},
-    {0x31, &Register::RegisterSale},
-    {0x32, &Register::ReportOnTaxRates},
-    {0x33, &Register::Subtotal},
-    {0x34, &Register::TotalCorrecion},
-    {0x35, &Register::Total},
-    {0x36, &Register::PrintFreeTextInFiscalInv},
-    {0x38, &Register::CloseFiscalInv},
-    {0x39, &Register::SetFiscalInvParam},
-    {0x3A, &Register::RegisterArticleSale},
-    {0x3C, &Register::CancelFiscalInv},
-    {0x3D, &Register::SetDateTime},
-    {0x3E, &Register::GetDateTime},
-    {0x40, &Register::LatestFiscalRecord},
-    {0x41, &Register::AmountOfSavingsPerDay},
-    {0x44, &Register::FreeFieldsByFiscalMemory},
-    {0x45, &Register::PrintReport},
-    {0x46, &Register::ParishOrConsumption},
-    {0x47, &Register::StateFN},
-    {0x48, &Register::Fiscalization},
-    {0x4A, &Register::GetStatusFP},
-    {0x4B, &Register::GetStatusShift},
-    {0x4C, &Register::FiscalTransactionsStatus},
-    {0x4D, &Register::GetOFDandFNStatus},
-    {0x50, &Register::Silent},
-    {0x53, &Register::SetTaxRates},
-    {0x54, &Register::PrintBarCode},
-    {0x56, &Register::DateOfLastEntryByFiscalMemory},
-    {0x57, &Register::GetTradingGroupInfo},
-    {0x58, &Register::GetDepInfoInCheck},
-    {0x59, &Register::TestFiscalMemory},
-    {0x5A, &Register::DiagnosticInfo},
-    {0x5B, &Register::SetManufacturersSerialNumber},
-    {0x5C, &Register::PrintDivideLine},
-    {0x5E, &Register::FiscalReportByDate},
-    {0x5F, &Register::FiscalReportByNumber},
-    {0x62, &Register::SetTAXNumber},
-    {0x63, &Register::GetTAXNumber},
-    {0x64, &Register::ReadingError},
-    {0x65, &Register::SetOperatorPassword},
-    {0x67, &Register::InfoByCurrentInv},
-    {0x69, &Register::OperatorReport},
-    {0x6A, &Register::Silent},
-    {0x6B, &Register::ArticleDatabase},
-    {0x6D, &Register::PrintDublicateReceipt},
-    {0x6E, &Register::DailyReportByTypesOfPayment},
-    {0x6F, &Register::ReportByArticle},
-    {0x70, &Register::ReportByOperatorsOrBlock},
-    {0x7B, &Register::ReadDeviceInfo},
-    {0x7C, &Register::GetDocInEJByDate},
-    {0x7D, &Register::GetInfoFromEJ},
-    {0x7F, &Register::PrintStamp},
-    {0x90, &Register::ChangeOFDRegistration},
-    {0xC8, &Register::Silent},
-    {0xCA, &Register::UploadImage},
-    {0xCB, &Register::UploadStamp},
-    {0xFD, &Register::SetServiceParam},
-    {0xFF, &Register::Programming},
+    {wire::Command::DisplayClear, &Register::Display},
+    {wire::Command::DisplayLower, &Register::Display},
+    {wire::Command::OpenServiceInv, &Register::OpenServiceInv},
+    {wire::Command::CloseServiceInv, &Register::CloseServiceInv},
+    {wire::Command::PrintFreeTextInServiceInv, &Register::PrintFreeTextInServiceInv},
+    {wire::Command::FeedPaper, &Register::FeedPaper},
+    {wire::Command::CheckConnection, &Register::CheckConnection},
+    {wire::Command::CutPaper, &Register::CutPaper},
+    {wire::Command::DisplayUpper, &Register::Display},
+    {wire::Command::OpenFiscalInv, &Register::OpenFiscalInv},
+    {wire::Command::RegisterSale, &Register::RegisterSale},
+    {wire::Command::ReportOnTaxRates, &Register::ReportOnTaxRates},
+    {wire::Command::Subtotal, &Register::Subtotal},
+    {wire::Command::TotalCorrecion, &Register::TotalCorrecion},
+    {wire::Command::Total, &Register::Total},
+    {wire::Command::PrintFreeTextInFiscalInv, &Register::PrintFreeTextInFiscalInv},
+    {wire::Command::CloseFiscalInv, &Register::CloseFiscalInv},
+    {wire::Command::SetFiscalInvParam, &Register::SetFiscalInvParam},
+    {wire::Command::RegisterArticleSale, &Register::RegisterArticleSale},
+    {wire::Command::CancelFiscalInv, &Register::CancelFiscalInv},
+    {wire::Command::SetDateTime, &Register::SetDateTime},
+    {wire::Command::GetDateTime, &Register::GetDateTime},
+    {wire::Command::LatestFiscalRecord, &Register::LatestFiscalRecord},
+    {wire::Command::AmountOfSavingsPerDay, &Register::AmountOfSavingsPerDay},
+    {wire::Command::FreeFieldsByFiscalMemory, &Register::FreeFieldsByFiscalMemory},
+    {wire::Command::PrintReport, &Register::PrintReport},
+    {wire::Command::ParishOrConsumption, &Register::ParishOrConsumption},
+    {wire::Command::PrintDiagnostic, &Register::StateFN},
+    {wire::Command::Fiscalization, &Register::Fiscalization},
+    {wire::Command::GetStatusFP, &Register::GetStatusFP},
+    {wire::Command::GetStatusShift, &Register::GetStatusShift},
+    {wire::Command::FiscalTransactionsStatus, &Register::FiscalTransactionsStatus},
+    {wire::Command::GetOFDandFNStatus, &Register::GetOFDandFNStatus},
+    {wire::Command::Beep, &Register::Silent},
+    {wire::Command::SetTaxRates, &Register::SetTaxRates},
+    {wire::Command::PrintBarCode, &Register::PrintBarCode},
+    {wire::Command::DateOfLastEntryByFiscalMemory, &Register::DateOfLastEntryByFiscalMemory},
+    {wire::Command::GetTradingGroupInfo, &Register::GetTradingGroupInfo},
+    {wire::Command::GetDepInfoInCheck, &Register::GetDepInfoInCheck},
+    {wire::Command::TestFiscalMemory, &Register::TestFiscalMemory},
+    {wire::Command::DiagnosticInfo, &Register::DiagnosticInfo},
+    {wire::Command::SetManufacturersSerialNumber, &Register::SetManufacturersSerialNumber},
+    {wire::Command::PrintDivideLine, &Register::PrintDivideLine},
+    {wire::Command::FiscalReportByDate, &Register::FiscalReportByDate},
+    {wire::Command::FiscalReportByNumber, &Register::FiscalReportByNumber},
+    {wire::Command::SetTAXNumber, &Register::SetTAXNumber},
+    {wire::Command::GetTAXNumber, &Register::GetTAXNumber},
+    {wire::Command::ReadingError, &Register::ReadingError},
+    {wire::Command::SetOperatorPassword, &Register::SetOperatorPassword},
+    {wire::Command::InfoByCurrentInv, &Register::InfoByCurrentInv},
+    {wire::Command::OperatorReport, &Register::OperatorReport},
+    {wire::Command::OpenCashDrawer, &Register::Silent},
+    {wire::Command::PrgAndReadArticle, &Register::ArticleDatabase},
+    {wire::Command::PrintDublicateReceipt, &Register::PrintDublicateReceipt},
+    {wire::Command::DailyReportByTypesOfPayment, &Register::DailyReportByTypesOfPayment},
+    {wire::Command::ReportByArticle, &Register::ReportByArticle},
+    {wire::Command::ReportByOperators, &Register::ReportByOperatorsOrBlock},
+    {wire::Command::ReadDeviceInfo, &Register::ReadDeviceInfo},
+    {wire::Command::GetDocInEJByDate, &Register::GetDocInEJByDate},
+    {wire::Command::GetInfoFromEJ, &Register::GetInfoFromEJ},
+    {wire::Command::PrintStamp, &Register::PrintStamp},
+    {wire::Command::ChangeOFDRegistration, &Register::ChangeOFDRegistration},
+    {wire::Command::CheckUpdate, &Register::Silent},
+    {wire::Command::UploadImage, &Register::UploadImage},
+    {wire::Command::UploadStamp, &Register::UploadStamp},
+    {wire::Command::SetServiceParam, &Register::SetServiceParam},
+    {wire::Command::Programming, &Register::Programming},
 };
 
 Register::Register(const Identity& identity, State& state, Paper& paper)
@@ -118,7 +120,7 @@ std::string Register::execute(unsigned int command, const std::string& data) {
     if (identity_.ofdOnline && !state_.unsent.empty()) state_.unsent.erase(state_.unsent.begin());
     Handler handler = nullptr;
     for (const Entry& entry : kCommands)
-        if (entry.command == command) handler = entry.handler;
+        if (wire::number(entry.command) == command) handler = entry.handler;
     std::vector<std::string> fields;
     // A refused command leaves no trace: the state goes back to where it stood.
     const State before = state_;
@@ -131,7 +133,8 @@ std::string Register::execute(unsigned int command, const std::string& data) {
         Reply out;
         (this->*handler)(Args(fields), out);
         // ReadDeviceInfo answers without a result field (Device.cpp).
-        return command == 0x7B ? out.data() : "0\t" + out.data();
+        return command == wire::number(wire::Command::ReadDeviceInfo) ? out.data()
+                                                                      : "0\t" + out.data();
     } catch (const Refusal& refusal) {
         state_ = before;
         lastRefused_ = true;
@@ -283,9 +286,19 @@ int Register::taxGroup(char code) const {
     throw Refusal{err::kTaxForbidden};
 }
 
-bool Register::newFirmware() const {
+// The firmware generation is told as the driver tells it; a revision that is
+// not a number counts as 0.
+long long Register::firmwareRevision() const {
     long long revision = 0;
-    return parseInt(identity_.firmware, revision) && revision > 944123;
+    return parseInt(identity_.firmware, revision) ? revision : 0;
+}
+
+bool Register::shortReceiptFields() const {
+    return wire::shortReceiptFields(firmwareRevision());
+}
+
+bool Register::longArticleRecord() const {
+    return wire::longArticleRecord(firmwareRevision());
 }
 
 Money Register::receiptTotal() const {

@@ -12,6 +12,7 @@
 #include "sim/Errors.h"
 #include "sim/Paper.h"
 #include "sim/State.h"
+#include "wire/Command.h"
 
 namespace sim {
 
@@ -67,7 +68,7 @@ class Register {
   private:
     typedef void (Register::*Handler)(const Args&, Reply&);
     struct Entry {
-        unsigned int command;
+        wire::Command command;
         Handler handler;
     };
     static const Entry kCommands[];
@@ -87,7 +88,9 @@ class Register {
     void requireFiscalReceipt() const;
     void requireOperator(const Args& in, size_t number, size_t password) const;
     int taxGroup(char code) const;
-    bool newFirmware() const;
+    long long firmwareRevision() const;
+    bool shortReceiptFields() const;  // the opening and the sale line
+    bool longArticleRecord() const;
     Money receiptTotal() const;
     Money receiptPaid() const;
     std::string param(const std::string& name, int index) const;

@@ -1,11 +1,7 @@
 #include "sim/Simulator.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,14 +13,11 @@
 #include <sstream>
 #include <thread>
 
+#include "common/Listen.h"
+
 namespace sim {
 
 namespace {
-
-void closeFd(int& fd) {
-    if (fd >= 0) close(fd);
-    fd = -1;
-}
 
 std::string systemError(const std::string& what) {
     return what + ": " + std::strerror(errno);
@@ -38,7 +31,8 @@ const int kStaleMs = 1000;
 Simulator::Simulator(const Options& options) : options_(options) {}
 
 Simulator::~Simulator() {
-    for (int* fd : {&fd_, &slaveFd_, &listenFd_, &stopPipe_[0], &stopPipe_[1]}) closeFd(*fd);
+    for (int* fd : {&fd_, &slaveFd_, &listenFd_, &stopPipe_[0], &stopPipe_[1]})
+        endpoint::closeFd(*fd);
     if (paperFile_ != nullptr && paperFile_ != stdout) std::fclose(paperFile_);
 }
 
@@ -113,45 +107,18 @@ void Simulator::persist() {
 // --- Transports -------------------------------------------------------------------
 
 bool Simulator::openPty(std::string& error) {
-    fd_ = posix_openpt(O_RDWR | O_NOCTTY);
-    if (fd_ < 0 || grantpt(fd_) != 0 || unlockpt(fd_) != 0 || ptsname(fd_) == nullptr) {
-        error = systemError("cannot create a pseudo-terminal");
-        return false;
-    }
-    ptyPath_ = ptsname(fd_);
-    slaveFd_ = open(ptyPath_.c_str(), O_RDWR | O_NOCTTY);
-    termios tio;
-    if (slaveFd_ < 0 || tcgetattr(slaveFd_, &tio) != 0) {
-        error = systemError("cannot open " + ptyPath_);
-        return false;
-    }
-    cfmakeraw(&tio);
-    tcsetattr(slaveFd_, TCSANOW, &tio);
-    return true;
+    endpoint::Pty pty;
+    const bool ok = endpoint::openPty(pty, error);
+    fd_ = pty.master;
+    slaveFd_ = pty.slave;
+    ptyPath_ = pty.path;
+    return ok;
 }
 
 bool Simulator::openTcp(std::string& error) {
-    sockaddr_in address;
-    std::memset(&address, 0, sizeof address);
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<unsigned short>(options_.port));
-    if (inet_pton(AF_INET, options_.host.c_str(), &address.sin_addr) != 1) {
-        error = "not an IPv4 address: " + options_.host;
-        return false;
-    }
-    listenFd_ = socket(AF_INET, SOCK_STREAM, 0);
-    int on = 1;
-    if (listenFd_ >= 0) setsockopt(listenFd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (listenFd_ < 0 ||
-        bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listenFd_, 4) != 0) {
-        error = systemError("cannot listen on " + options_.host + ":" + str(options_.port));
-        return false;
-    }
-    socklen_t size = sizeof address;
-    getsockname(listenFd_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-    return true;
+    port_ = options_.port;
+    listenFd_ = endpoint::listenTcp(options_.host, port_, error);
+    return listenFd_ >= 0;
 }
 
 std::string Simulator::address() const {
@@ -167,9 +134,9 @@ void Simulator::stop() {
 
 // A new connection replaces the old one.
 void Simulator::accept() {
-    const int fd = ::accept(listenFd_, nullptr, nullptr);
+    const int fd = endpoint::acceptConnection(listenFd_);
     if (fd < 0) return;
-    closeFd(fd_);
+    endpoint::closeFd(fd_);
     fd_ = fd;
     link_->reset();
 }
@@ -194,11 +161,11 @@ bool Simulator::run(std::string& error) {
             } else if (got > 0) {
                 lastBytes = std::chrono::steady_clock::now();
                 send(fd_, link_->receive(bytes, static_cast<size_t>(got)));
-                if (link_->hangingUp() && listenFd_ >= 0) closeFd(fd_);
+                if (link_->hangingUp() && listenFd_ >= 0) endpoint::closeFd(fd_);
                 if (link_->hangingUp() && listenFd_ < 0)
                     silentUntil = lastBytes + std::chrono::milliseconds(options_.hangUp.ms);
             } else if (listenFd_ >= 0) {
-                closeFd(fd_);  // the client hung up
+                endpoint::closeFd(fd_);  // the client hung up
             } else {
                 usleep(10000);  // a pty without a driver on it
             }
@@ -232,20 +199,7 @@ void Simulator::send(int fd, const std::vector<Chunk>& chunks) {
 }
 
 bool Simulator::writeAll(int fd, const char* bytes, size_t count) {
-    while (count > 0) {
-        const ssize_t put = fd == fd_ && listenFd_ >= 0 ? ::send(fd, bytes, count, MSG_NOSIGNAL)
-                                                        : write(fd, bytes, count);
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0 && errno == EAGAIN) {
-            pollfd p = {fd, POLLOUT, 0};
-            poll(&p, 1, 100);
-            continue;
-        }
-        if (put <= 0) return false;
-        bytes += put;
-        count -= static_cast<size_t>(put);
-    }
-    return true;
+    return endpoint::writeAll(fd, fd == fd_ && listenFd_ >= 0, bytes, count);
 }
 
 }  // namespace sim

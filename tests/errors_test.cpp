@@ -7,7 +7,7 @@
 
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
-#include "device/ErrorCatalogue.h"
+#include "wire/ErrorCatalogue.h"
 #include "device/VR35.h"
 #include "support/TestLog.h"
 

@@ -17,8 +17,6 @@ using testing_device::requestFrame;
 
 namespace {
 
-const int kFailed = 100001;
-
 int send(unsigned int command, std::string data, std::string& reply) {
     return vr35->SendPMessage(command, reinterpret_cast<unsigned char*>(&data[0]),
                               static_cast<int>(data.size()), reply);
@@ -206,7 +204,7 @@ TEST_P(Link, ValidFrameWithoutDataFailsWithoutRepeatButStoresStatus) {
         return testing_device::reply(r, "", std::string("\x01\x00\x00\x00\x00\x80\x00\x00", 8));
     });
     std::string reply = "kept";
-    EXPECT_EQ(send(0x2D, "", reply), kFailed);
+    EXPECT_EQ(send(0x2D, "", reply), VERDA_EXCHANGE_FAILED);
     EXPECT_EQ(reply, "");
     EXPECT_EQ(device->requests().size(), 1u);
     EXPECT_EQ(vr35->status->getStatus(), "1" + std::string(46, '0') + "1");
@@ -228,7 +226,7 @@ class SlowLink : public DriverTest {};
 
 TEST_P(SlowLink, SilentDeviceGetsFiveSendsThenFailure) {
     std::string out = captureStdout([] { EXPECT_FALSE(VERDA::CheckConnection()); });
-    EXPECT_EQ(g_ResultCode, kFailed);
+    EXPECT_EQ(g_ResultCode, VERDA_EXCHANGE_FAILED);
     EXPECT_EQ(device->requests().size(), 5u);
     EXPECT_EQ(out, "REPEAT SEND!\nREPEAT SEND!\nREPEAT SEND!\nREPEAT SEND!\n");
     EXPECT_EQ(log(),

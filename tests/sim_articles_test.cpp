@@ -87,25 +87,51 @@ TEST_P(SimArticles, WalksStockAndDeletion) {
 
 VERDA_BOTH_TRANSPORTS(SimArticles);
 
-// On firmware 944123 and below the register knows the older forms: the
-// six-field opening, the seven-field sale and the short article record.
-class SimOldFirmware : public SimTest {
+// The older firmware generations, as the driver tells them: the six-field
+// opening and the seven-field sale belong to revision 944123 alone, the short
+// article record to it and every revision below.
+class SimOlderFirmware : public SimTest {
+  protected:
+    void expectForms(bool shortReceipt) {
+        const Fields shortOpening = {"1", "1", "1", "4", "", ""};
+        Fields fullOpening = shortOpening;
+        fullOpening.push_back("");
+        const Fields shortSale = {"Milk", "A", "1.00", "1.000", "0", "0.00", "1"};
+        Fields fullSale = shortSale;
+        fullSale.resize(12);
+        const Fields& opening = shortReceipt ? shortOpening : fullOpening;
+        const Fields& sale = shortReceipt ? shortSale : fullSale;
+        EXPECT_EQ(exchange(0x30, request(shortReceipt ? fullOpening : shortOpening)), "-112001\t");
+        ok(0x30, request(opening));
+        Fields receipt = opening;
+        receipt[3] = "0";
+        ok(0x30, request(receipt));
+        EXPECT_EQ(exchange(0x31, request(shortReceipt ? fullSale : shortSale)), "-112001\t");
+        EXPECT_EQ(ok(0x31, request(sale)), Fields{"1"});
+        ok(0x6B,
+           request({"P", "5", "A", "1", "0", "0", "1.00", "0", "1.000", "", "", "", "", "Tea"}));
+        EXPECT_EQ(ok(0x6B, "R\t5\t").size(), 14u);
+    }
+};
+
+class SimFirmware944123 : public SimOlderFirmware {
     void configure(sim::Options& o) override { o.identity.firmware = "944123"; }
 };
 
-TEST_P(SimOldFirmware, TakesTheOlderForms) {
-    EXPECT_EQ(exchange(0x30, request({"1", "1", "1", "4", "", "", ""})), "-112001\t");
-    ok(0x30, request({"1", "1", "1", "4", "", ""}));
-    ok(0x30, request({"1", "1", "1", "0", "", ""}));
-    EXPECT_EQ(exchange(0x31, request({"Milk", "A", "1.00", "1.000", "0", "0.00", "1", "", "", "",
-                                      "", ""})),
-              "-112001\t");
-    EXPECT_EQ(ok(0x31, request({"Milk", "A", "1.00", "1.000", "0", "0.00", "1"})), Fields{"1"});
-    ok(0x6B, request({"P", "5", "A", "1", "0", "0", "1.00", "0", "1.000", "", "", "", "", "Tea"}));
-    EXPECT_EQ(ok(0x6B, "R\t5\t").size(), 14u);
+class SimFirmware944122 : public SimOlderFirmware {
+    void configure(sim::Options& o) override { o.identity.firmware = "944122"; }
+};
+
+TEST_P(SimFirmware944123, TakesTheShortReceiptFormsAndArticleRecord) {
+    expectForms(true);
     EXPECT_EQ(ok(0x5A, "\t").at(1), "944123");
 }
 
-VERDA_TCP_ONLY(SimOldFirmware);
+TEST_P(SimFirmware944122, TakesTheFullReceiptFormsAndTheShortArticleRecord) {
+    expectForms(false);
+}
+
+VERDA_TCP_ONLY(SimFirmware944123);
+VERDA_TCP_ONLY(SimFirmware944122);
 
 }  // namespace

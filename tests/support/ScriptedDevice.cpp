@@ -1,17 +1,14 @@
 #include "support/ScriptedDevice.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
 #include <stdexcept>
+
+#include "common/Listen.h"
 
 namespace testing_device {
 
@@ -69,30 +66,17 @@ ScriptedDevice::ScriptedDevice(Kind kind) : kind_(kind) {
     // The driver's serial open closes descriptor 0: never hold it here.
     if (fcntl(0, F_GETFD) == -1) open("/dev/null", O_RDONLY);
     if (pipe(wakeFd_) != 0) throw std::runtime_error("pipe");
+    std::string error;
     if (kind == Tcp) {
-        listenFd_ = socket(AF_INET, SOCK_STREAM, 0);
-        int on = 1;
-        setsockopt(listenFd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        sockaddr_in address;
-        std::memset(&address, 0, sizeof address);
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = 0;
-        if (bind(listenFd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            listen(listenFd_, 4) != 0)
-            throw std::runtime_error("listen");
-        socklen_t size = sizeof address;
-        getsockname(listenFd_, reinterpret_cast<sockaddr*>(&address), &size);
-        port_ = ntohs(address.sin_port);
+        listenFd_ = endpoint::listenTcp("127.0.0.1", port_, error);
+        if (listenFd_ < 0) throw std::runtime_error(error);
     } else {
-        fd_ = posix_openpt(O_RDWR | O_NOCTTY);
-        if (fd_ < 0 || grantpt(fd_) != 0 || unlockpt(fd_) != 0) throw std::runtime_error("pty");
-        path_ = ptsname(fd_);
-        slaveFd_ = open(path_.c_str(), O_RDWR | O_NOCTTY);
-        termios tio;
-        tcgetattr(slaveFd_, &tio);
-        cfmakeraw(&tio);
-        tcsetattr(slaveFd_, TCSANOW, &tio);
+        endpoint::Pty pty;
+        const bool ok = endpoint::openPty(pty, error);
+        fd_ = pty.master;
+        slaveFd_ = pty.slave;
+        path_ = pty.path;
+        if (!ok) throw std::runtime_error(error);
     }
     thread_ = std::thread([this] { serve(); });
 }
@@ -158,15 +142,7 @@ void ScriptedDevice::hangUp() {
 }
 
 void ScriptedDevice::writeAll(const std::string& bytes) {
-    size_t done = 0;
-    while (done < bytes.size()) {
-        // A driver that has hung up must not end the test program with SIGPIPE.
-        const ssize_t n = kind_ == Tcp
-                              ? ::send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
-                              : write(fd_, bytes.data() + done, bytes.size() - done);
-        if (n <= 0) return;
-        done += static_cast<size_t>(n);
-    }
+    endpoint::writeAll(fd_, kind_ == Tcp, bytes.data(), bytes.size());
 }
 
 void ScriptedDevice::answer(const Request& request) {
@@ -202,7 +178,7 @@ void ScriptedDevice::serve() {
         if (poll(fds, 2, 200) <= 0) continue;
         if (fds[1].revents != 0) return;
         if (listening) {
-            fd_ = accept(listenFd_, nullptr, nullptr);
+            fd_ = endpoint::acceptConnection(listenFd_);
             pending.clear();
             continue;
         }

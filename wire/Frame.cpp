@@ -1,4 +1,4 @@
-#include "device/Frame.h"
+#include "wire/Frame.h"
 
 #include <cstring>
 

@@ -1,8 +1,10 @@
-#include "device/ErrorCatalogue.h"
+#include "wire/ErrorCatalogue.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+
+#include "api/ResultCodes.h"
 
 namespace {
 
@@ -13,11 +15,11 @@ struct Row {
 
 // In ascending order of codes, each code once: looked up by binary search.
 //
-// 100050 is the refusal of the licence check. This library is built without
-// that check, so the code never arises and has no row: ReadingError(100050)
-// gives only what the register itself says.
+// VERDA_LICENCE_REFUSED (100050) is the refusal of the licence check. This
+// library is built without that check, so the code never arises and has no
+// row: ReadingError(100050) gives only what the register itself says.
 constexpr Row kRows[] = {
-    {100001, "Ошибка ввода/вывода, устройство не отвечает"},
+    {VERDA_EXCHANGE_FAILED, "Ошибка ввода/вывода, устройство не отвечает"},
     {100002, "Ошибочная контрольная сумма"},
     {100003, "Конец данных"},
     {100004, "Элемент не найден"},
