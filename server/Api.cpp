@@ -252,15 +252,20 @@ void Api::install(httplib::Server& http) {
         shared_.metrics.request("unauthorized", req.method, 401, 0);
         return httplib::Server::HandlerResponse::Handled;
     });
-    http.set_error_handler([this](const httplib::Request& req, httplib::Response& res) {
-        if (res.status == 413) {
-            sendError(res, 400, "the body is over 1 MiB", "body");
-        } else if (res.body.empty()) {
-            sendError(res, res.status, res.status == 404 ? "no such route" : "bad request");
-        }
-        if (res.status == 400 || res.status == 404)
+    // Called for every answer of status 400 and above: the routes' own
+    // answers have a body already; what the library refused before any
+    // route (no route, a body too large, a request it cannot parse) gets one.
+    http.set_error_handler(httplib::Server::HandlerWithResponse(
+        [this](const httplib::Request& req, httplib::Response& res) {
+            if (res.status == 413)
+                sendError(res, 400, "the body is over 1 MiB", "body");
+            else if (res.body.empty())
+                sendError(res, res.status, res.status == 404 ? "no such route" : "bad request");
+            else
+                return httplib::Server::HandlerResponse::Unhandled;
             shared_.metrics.request("unknown", req.method, res.status, 0);
-    });
+            return httplib::Server::HandlerResponse::Handled;
+        }));
 
     route(http, "GET", "/health", "/health", [](const httplib::Request&, httplib::Response& res) {
         send(res, 200, {{"status", "ok"}, {"version", VERDA_VERSION}});
