@@ -119,6 +119,18 @@ void Journal::exec(const char* sql) {
     }
 }
 
+// One synchronous commit: all of body, or nothing of it.
+void Journal::transaction(const std::function<void()>& body) {
+    exec("BEGIN IMMEDIATE");
+    try {
+        body();
+        exec("COMMIT");
+    } catch (...) {
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
 Request Journal::read(sqlite3_stmt* row) const {
     Request r;
     r.key = text(row, 0);
@@ -139,16 +151,15 @@ Request Journal::read(sqlite3_stmt* row) const {
 
 Request Journal::begin(const Request& request, bool& inserted) {
     std::lock_guard<std::mutex> lock(mutex_);
-    exec("BEGIN IMMEDIATE");
-    try {
+    Request r = request;
+    transaction([&] {
         Statement find(db_,
                        (std::string("SELECT ") + kColumns + " FROM requests WHERE key=?").c_str());
         find.bind(1, request.key);
-        if (find.row()) {
-            Request existing = read(find.get());
-            exec("COMMIT");
-            inserted = false;
-            return existing;
+        inserted = !find.row();
+        if (!inserted) {
+            r = read(find.get());
+            return;
         }
         const long long at = now();
         Statement insert(db_,
@@ -160,57 +171,40 @@ Request Journal::begin(const Request& request, bool& inserted) {
         insert.bind(9, at).bind(10, at).run();
         Statement step(db_, "INSERT INTO steps(key, step, at) VALUES(?,?,?)");
         step.bind(1, request.key).bind(2, std::string(state::kReceived)).bind(3, at).run();
-        exec("COMMIT");
-        inserted = true;
-        Request r = request;
         r.state = state::kReceived;
         r.created = r.updated = at;
         r.steps.push_back(Step{state::kReceived, at, nullptr});
-        return r;
-    } catch (...) {
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-        throw;
-    }
+    });
+    return r;
 }
 
 void Journal::step(const std::string& key, const std::string& name, const json& detail,
                    const std::string& newState, int status, const json& answer) {
     std::lock_guard<std::mutex> lock(mutex_);
     const long long at = now();
-    exec("BEGIN IMMEDIATE");
-    try {
+    transaction([&] {
         Statement step(db_, "INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)");
         step.bind(1, key).bind(2, name).bind(3, at).bindJson(4, detail).run();
-        if (!newState.empty()) {
-            Statement update(db_,
-                             "UPDATE requests SET state=?, updated=?,"
-                             " status=CASE WHEN ?>0 THEN ? ELSE status END,"
-                             " answer=COALESCE(?, answer) WHERE key=?");
-            update.bind(1, newState).bind(2, at).bind(3, status).bind(4, status);
-            update.bindJson(5, answer).bind(6, key).run();
-        }
-        exec("COMMIT");
-    } catch (...) {
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-        throw;
-    }
+        if (newState.empty()) return;
+        Statement update(db_,
+                         "UPDATE requests SET state=?, updated=?,"
+                         " status=CASE WHEN ?>0 THEN ? ELSE status END,"
+                         " answer=COALESCE(?, answer) WHERE key=?");
+        update.bind(1, newState).bind(2, at).bind(3, status).bind(4, status);
+        update.bindJson(5, answer).bind(6, key).run();
+    });
 }
 
 void Journal::sent(const std::string& key, const json& witness, const json& detail) {
     std::lock_guard<std::mutex> lock(mutex_);
     const long long at = now();
-    exec("BEGIN IMMEDIATE");
-    try {
+    transaction([&] {
         Statement step(db_, "INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)");
         step.bind(1, key).bind(2, std::string(state::kSent)).bind(3, at).bindJson(4, detail).run();
         Statement update(db_, "UPDATE requests SET state=?, witness=?, updated=? WHERE key=?");
         update.bind(1, std::string(state::kSent)).bindJson(2, witness).bind(3, at).bind(4, key);
         update.run();
-        exec("COMMIT");
-    } catch (...) {
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-        throw;
-    }
+    });
 }
 
 std::optional<Request> Journal::get(const std::string& key, bool withSteps) {

@@ -9,6 +9,7 @@
 
 #include <sqlite3.h>
 
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -90,6 +91,7 @@ class Journal {
 
   private:
     void exec(const char* sql);
+    void transaction(const std::function<void()>& body);
     Request read(sqlite3_stmt* row) const;
 
     sqlite3* db_ = nullptr;
