@@ -221,3 +221,35 @@ def test_any_operation_by_name(shop):
                               ("CloseFiscalInv", {"nFD": 1}, "nFD")]:
         answer = shop.change("/devices/sim/operations/" + name, body)
         assert checked(answer, path, "post", 400)["error"]["field"] == field, (name, body)
+
+
+def test_live_events_carry_each_step(shop):
+    with shop.http.get(shop.url + "/events", stream=True, timeout=WAIT) as stream:
+        assert stream.headers["Content-Type"].startswith("text/event-stream")
+        checked(shop.change("/devices/sim/drawer", key="watched"), "/devices/{id}/drawer", "post", 200)
+        steps = []
+        for line in stream.iter_lines(decode_unicode=True):
+            if line.startswith("data: "):
+                event = json.loads(line[6:])
+                if event.get("key") == "watched":
+                    steps.append(event["step"])
+            if "committed" in steps:
+                break
+    assert steps == ["received", "sent", "committed"]
+
+
+def test_silent_client_holds_nobody_up(server_factory, tmp_path):
+    import socket
+    config = tmp_path / "quick.conf"
+    config.write_text('{"read_timeout_ms": 500}')
+    server = server_factory("--config", str(config))
+    host, port = server.url[len("http://"):].split(":")
+    with socket.create_connection((host, int(port)), timeout=WAIT) as silent:
+        silent.sendall(b"POST /devices/sim/drawer HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\n")
+        assert checked(server.get("/health"), "/health", "get", 200)["status"] == "ok"
+        # The server gives up on the rest of the body and closes.
+        silent.settimeout(WAIT)
+        received = b""
+        while chunk := silent.recv(4096):
+            received += chunk
+    assert b"200 OK" not in received
