@@ -143,9 +143,9 @@ def checked(response, path, method, status=None):
     against the OpenAPI document; returns the decoded body."""
     if status is not None:
         assert response.status_code == status, (response.status_code, response.text)
-    spec = OPENAPI["paths"][path][method]["responses"].get(str(response.status_code))
-    assert spec is not None, f"{method} {path}: status {response.status_code} is not documented: {response.text}"
-    content = spec["content"]
+    documented = OPENAPI["paths"][path][method]["responses"].get(str(response.status_code))
+    assert documented is not None, f"{method} {path}: status {response.status_code} is not documented: {response.text}"
+    content = documented["content"]
     if "application/json" in content:
         body = response.json()
         schema = dict(content["application/json"]["schema"], components=OPENAPI["components"])
