@@ -98,6 +98,24 @@ for example in "${examples[@]}"; do
   done
 done
 
+# address_of NAME PID REGEX OUT ERR: the address that program NAME (process
+# PID) prints first on OUT, as it matches REGEX; with its ERR when it prints none.
+address_of() {
+  local address=""
+  for _ in $(seq 100); do
+    address=$(grep -m1 -oE "$3" "$4" || true)
+    [ -n "$address" ] && break
+    kill -0 "$2" 2>/dev/null || break
+    sleep 0.1
+  done
+  if [ -z "$address" ]; then
+    echo "check-installed: $1 printed no address:" >&2
+    cat "$5" >&2
+    exit 1
+  fi
+  echo "$address"
+}
+
 # The examples sell against the packaged simulator.
 against_simulator() {
   local sim address
@@ -105,17 +123,7 @@ against_simulator() {
     >"$work/sim.out" 2>&1 &
   sim=$!
   trap "kill $sim 2>/dev/null || true" EXIT
-  for _ in $(seq 100); do
-    address=$(grep -m1 -oE '^[0-9.]+:[0-9]+$' "$work/sim.out" || true)
-    [ -n "$address" ] && break
-    kill -0 $sim 2>/dev/null || break
-    sleep 0.1
-  done
-  if [ -z "$address" ]; then
-    echo "check-installed: verda-sim printed no address:" >&2
-    cat "$work/sim.out" >&2
-    exit 1
-  fi
+  address=$(address_of verda-sim $sim '^[0-9.]+:[0-9]+$' "$work/sim.out" "$work/sim.out")
   for example in "${examples[@]}"; do
     for variant in pkg-config cmake; do
       say "$variant/$example against verda-sim at $address"
@@ -138,6 +146,41 @@ if [ -x "$usr/bin/verda-sim" ]; then
   against_simulator
 else
   say "skip the run: the packages hold no verda-sim (no simulator in this tree)"
+fi
+
+# The server's package: its sample configuration (a conffile) and systemd
+# unit are there, and the server starts from that configuration with its
+# built-in simulated register and answers.
+against_server() {
+  local server url deb
+  deb=$(ls "$work"/packages/corteliaverda-server_*.deb)
+  dpkg-deb -I "$deb" conffiles | grep -qx /etc/verda/verda-server.conf || {
+    echo "check-installed: the server's configuration is not a conffile" >&2; exit 1; }
+  for file in etc/verda/verda-server.conf usr/lib/systemd/system/verda-server.service \
+              usr/share/man/man1/verda-server.1.gz; do
+    [ -f "$work/root/$file" ] || { echo "check-installed: $file is not packaged" >&2; exit 1; }
+  done
+  mkdir -p "$work/server"
+  "$usr/bin/verda-server" --config "$work/root/etc/verda/verda-server.conf" \
+    --listen 127.0.0.1:0 --journal "$work/server/journal.db" >"$work/server.out" 2>"$work/server.err" &
+  server=$!
+  trap "kill $server 2>/dev/null || true" EXIT
+  url=$(address_of verda-server $server '^http://[0-9.]+:[0-9]+$' "$work/server.out" "$work/server.err")
+  curl -fsS "$url/health" | grep -q '"ok"'
+  for _ in $(seq 100); do
+    curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break
+    sleep 0.1
+  done
+  curl -fsS "$url/devices/sim" | grep -q '"state":"online"' || {
+    echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
+  kill $server
+  wait $server 2>/dev/null || true
+  say "verda-server from the packaged configuration answers /health, its register online"
+}
+if [ -x "$usr/bin/verda-server" ]; then
+  against_server
+else
+  say "skip the server: the packages hold no verda-server (its libraries are missing in this build)"
 fi
 
 # In CI (CI=true) the packages are also installed for real with apt, as a user
