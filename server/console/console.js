@@ -53,7 +53,10 @@
   // The register counts a shift's age in whole minutes: its start is shown to the minute.
   const minute = (iso) =>
     iso ? new Date(iso).toLocaleString(locale(), { dateStyle: "short", timeStyle: "short" }) : "—";
+  // A request's kind (an operation by name keeps its name) and a step of it.
   const kindName = (kind) => (TEXTS.ru["kind." + kind] ? t("kind." + kind) : kind);
+  const stepName = (step) =>
+    TEXTS.ru["state." + step] ? t("state." + step) : TEXTS.ru["step." + step] ? t("step." + step) : step;
 
   const minutes = (m) => (m < 60 ? t("minutes", { n: m }) : t("hours", { h: Math.floor(m / 60), m: m % 60 }));
   function duration(ms) {
@@ -65,7 +68,7 @@
   function applyTexts() {
     document.documentElement.lang = view.lang;
     document.title = t("title");
-    for (const el of document.querySelectorAll("[data-t]")) el.textContent = t(el.dataset.t);
+    for (const node of document.querySelectorAll("[data-t]")) node.textContent = t(node.dataset.t);
     const lang = $("lang");
     lang.textContent = t("language");
     lang.lang = view.lang === "ru" ? "en" : "ru";
@@ -87,6 +90,17 @@
     return node;
   }
   const badge = (state) => el("span", { class: "badge", "data-state": state }, t("state." + state));
+
+  // Re-renders a list whose items carry data-key, keeping the keyboard's
+  // focus on the same item's control when a live update redraws it.
+  function redraw(container, render) {
+    const focused = container.contains(document.activeElement) ? document.activeElement : null;
+    const item = focused && focused.closest("[data-key]");
+    render();
+    if (!item) return;
+    const again = container.querySelector(`[data-key="${CSS.escape(item.dataset.key)}"] ${focused.tagName}`);
+    if (again) again.focus();
+  }
 
   // --- The API ------------------------------------------------------------------------
 
@@ -144,12 +158,16 @@
     return tokenAsked;
   }
 
-  // Runs fn at most once per wait, the last call winning.
-  function debounce(fn, wait) {
+  // Folds the calls of a burst into one run of fn, wait ms after the first:
+  // a steady stream of events still refreshes the page, at most once per wait.
+  function coalesce(fn, wait) {
     let timer = 0;
-    return (...args) => {
-      clearTimeout(timer);
-      timer = setTimeout(() => fn(...args), wait);
+    return () => {
+      if (!timer)
+        timer = setTimeout(() => {
+          timer = 0;
+          fn();
+        }, wait);
     };
   }
 
@@ -175,7 +193,7 @@
     if (!deviceLoaders.has(id))
       deviceLoaders.set(
         id,
-        debounce(async () => {
+        coalesce(async () => {
           const r = await api("GET", "/devices/" + encodeURIComponent(id));
           if (r.status !== 200) return;
           setDevice(r.data);
@@ -335,6 +353,7 @@
     // 202: the outcome is not known yet; the server settles it from the register.
     entry.pending = entry.status === 202;
     renderOutcomes();
+    announce(entry);
     if (entry.pending) settle(entry);
     reloadDevice(entry.device);
     schedulePaper();
@@ -357,6 +376,7 @@
     entry.status = r.data.status;
     entry.answer = r.data.answer;
     renderOutcomes();
+    announce(entry);
   }
 
   // What a committed request's answer says: its document, sign and figures.
@@ -399,8 +419,13 @@
     return parts.join("; ");
   }
 
+  // A screen reader hears each outcome once, from a status line of its own.
+  function announce(entry) {
+    $("announce").textContent = `${kindName(entry.kind)} · ${entry.device}: ${t("state." + entry.state)}. ${outcomeDetails(entry)}`;
+  }
+
   function renderOutcomes() {
-    $("outcomes").replaceChildren(
+    redraw($("outcomes"), () => $("outcomes").replaceChildren(
       ...view.outcomes.map((entry) =>
         el(
           "li",
@@ -415,7 +440,7 @@
             : null
         )
       )
-    );
+    ));
   }
 
   function actionForms() {
@@ -540,13 +565,15 @@
     return "/requests?" + params;
   }
 
+  let requestsAsked = 0;
   async function loadRequests() {
+    const asked = ++requestsAsked;
     const r = await api("GET", requestQuery());
-    if (r.status !== 200) return;
+    if (r.status !== 200 || asked !== requestsAsked) return; // a later list is on its way
     view.requests = r.data.requests;
     renderRequests();
   }
-  const scheduleRequests = debounce(loadRequests, 250);
+  const scheduleRequests = coalesce(loadRequests, 250);
 
   function requestResult(r) {
     const a = r.answer || {};
@@ -580,7 +607,8 @@
         el("td", { class: "result" }, requestResult(r))
       )
     );
-    $("request-table").tBodies[0].replaceChildren(...rows);
+    const body = $("request-table").tBodies[0];
+    redraw(body, () => body.replaceChildren(...rows));
     $("request-empty").hidden = rows.length > 0;
   }
 
@@ -600,7 +628,7 @@
           { dataset: { step: s.step } },
           el("time", { datetime: s.at }, time(s.at)),
           " ",
-          el("strong", null, TEXTS.ru["state." + s.step] ? t("state." + s.step) : t("step." + s.step)),
+          el("strong", null, stepName(s.step)),
           s.detail !== null ? el("code", null, " " + JSON.stringify(s.detail)) : null,
           s.step === "sent" && q.witness ? el("code", null, " " + t("witness") + " " + JSON.stringify(q.witness)) : null
         )
@@ -669,7 +697,7 @@
     pre.textContent = paper.text;
     pre.scrollTop = pre.scrollHeight;
   }
-  const schedulePaper = debounce(loadPaper, 200);
+  const schedulePaper = coalesce(loadPaper, 200);
 
   // --- Live updates -------------------------------------------------------------------
 
