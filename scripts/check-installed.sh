@@ -167,6 +167,9 @@ against_server() {
   trap "kill $server 2>/dev/null || true" EXIT
   url=$(address_of verda-server $server '^http://[0-9.]+:[0-9]+$' "$work/server.out" "$work/server.err")
   curl -fsS "$url/health" | grep -q '"ok"'
+  # The web console is built into the program, not read from the source tree.
+  curl -fsS "$url/" | grep -q '/console/console.js' && curl -fsS "$url/console/console.js" >/dev/null || {
+    echo "check-installed: the packaged server does not serve its console" >&2; exit 1; }
   for _ in $(seq 100); do
     curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break
     sleep 0.1
@@ -175,7 +178,7 @@ against_server() {
     echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
   kill $server
   wait $server 2>/dev/null || true
-  say "verda-server from the packaged configuration answers /health, its register online"
+  say "verda-server from the packaged configuration answers /health, serves its console, its register online"
 }
 if [ -x "$usr/bin/verda-server" ]; then
   against_server

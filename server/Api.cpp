@@ -1,8 +1,10 @@
 #include "Api.h"
 
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 
+#include "ConsoleFiles.h"
 #include "Generic.h"
 #include "Log.h"
 #include "OpenApiDocument.h"
@@ -119,6 +121,41 @@ size_t wholeCharacters(const std::string& text) {
         break;
     }
     return end;
+}
+
+// The requests that need no token: the health check, and the console's
+// files, which hold no data (the page asks for the token and sends it with
+// every request of its own).
+bool isPublic(const httplib::Request& req) {
+    return req.method == "GET" &&
+           (req.path == "/health" || req.path == "/" || req.path.rfind("/console/", 0) == 0);
+}
+
+// A file of the console by its name, with its media type.
+void sendConsoleFile(httplib::Response& res, const std::string& name) {
+    static const std::pair<const char*, const char*> kTypes[] = {
+        {".html", "text/html; charset=utf-8"},
+        {".css", "text/css; charset=utf-8"},
+        {".js", "text/javascript; charset=utf-8"},
+        {".svg", "image/svg+xml"}};
+    for (const EmbeddedFile& file : kConsoleFiles) {
+        if (name != file.name) continue;
+        const char* type = "text/plain; charset=utf-8";
+        for (const auto& known : kTypes) {
+            const size_t length = std::strlen(known.first);
+            if (name.size() > length &&
+                name.compare(name.size() - length, length, known.first) == 0)
+                type = known.second;
+        }
+        res.set_content(file.text, type);
+        // The files change with the program: the browser asks again each time.
+        res.set_header("Cache-Control", "no-cache");
+        res.set_header("X-Content-Type-Options", "nosniff");
+        res.set_header("Content-Security-Policy",
+                       "default-src 'self'; frame-ancestors 'none'; base-uri 'none'");
+        return;
+    }
+    throw HttpError{404, "no such file of the console", "file"};
 }
 
 }  // namespace
@@ -238,8 +275,7 @@ void Api::install(httplib::Server& http) {
     const std::string token = shared_.config.token;
     http.set_pre_routing_handler([this, token](const httplib::Request& req,
                                                httplib::Response& res) {
-        if (token.empty() || (req.method == "GET" && req.path == "/health"))
-            return httplib::Server::HandlerResponse::Unhandled;
+        if (token.empty() || isPublic(req)) return httplib::Server::HandlerResponse::Unhandled;
         const std::string expected = "Bearer " + token;
         const std::string given = req.get_header_value("Authorization");
         // Compared in a time that does not depend on where they differ.
@@ -267,12 +303,16 @@ void Api::install(httplib::Server& http) {
             return httplib::Server::HandlerResponse::Handled;
         }));
 
-    route(http, "GET", "/health", "/health", [](const httplib::Request&, httplib::Response& res) {
-        send(res, 200, {{"status", "ok"}, {"version", VERDA_VERSION}});
-    });
+    route(
+        http, "GET", "/health", "/health",
+        [token](const httplib::Request&, httplib::Response& res) {
+            send(
+                res, 200,
+                {{"status", "ok"}, {"version", VERDA_VERSION}, {"token_required", !token.empty()}});
+        });
     route(http, "GET", "/openapi.json", "/openapi.json",
           [](const httplib::Request&, httplib::Response& res) {
-              res.set_content(kOpenApiDocument, "application/json");
+              res.set_content(kOpenApi[0].text, "application/json");
           });
     route(http, "GET", "/metrics", "/metrics",
           [this](const httplib::Request&, httplib::Response& res) {
@@ -448,6 +488,13 @@ void Api::install(httplib::Server& http) {
           });
 
     // --- For the console -------------------------------------------------------------------
+    route(http, "GET", "/", "/", [](const httplib::Request&, httplib::Response& res) {
+        sendConsoleFile(res, "index.html");
+    });
+    route(http, "GET", "/console/([A-Za-z0-9_.-]{1,64})", "/console/{file}",
+          [](const httplib::Request& req, httplib::Response& res) {
+              sendConsoleFile(res, req.matches[1]);
+          });
     route(http, "GET", "/devices/([^/]+)/paper", "/devices/{id}/paper",
           [this](const httplib::Request& req, httplib::Response& res) {
               Worker& w = worker(req.matches[1]);

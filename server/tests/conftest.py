@@ -20,6 +20,7 @@ def pytest_addoption(parser):
     parser.addoption("--server", required=True, help="the verda-server program")
     parser.addoption("--sim", required=True, help="the verda-sim program")
     parser.addoption("--receipts", type=int, default=100, help="receipts of each client in the load test")
+    parser.addoption("--screenshots", default=None, help="folder for the console test's screenshots")
 
 
 def wait_until(what, condition, timeout=WAIT):

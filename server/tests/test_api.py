@@ -147,7 +147,12 @@ def test_service_endpoints(shop):
 def test_token(server_factory):
     server = server_factory(token="s3cret")
     anonymous = server.http.__class__()
-    assert anonymous.get(server.url + "/health", timeout=WAIT).status_code == 200
+    health = checked(anonymous.get(server.url + "/health", timeout=WAIT), "/health", "get", 200)
+    assert health["token_required"] is True
+    # The console's files hold no data: the page loads, and then asks for the token.
+    for path, route, status in (("/", "/", 200), ("/console/console.js", "/console/{file}", 200),
+                                ("/console/missing.js", "/console/{file}", 404)):
+        checked(anonymous.get(server.url + path, timeout=WAIT), route, "get", status)
     for headers in ({}, {"Authorization": "Bearer wrong"}, {"Authorization": "s3cret"}):
         answer = anonymous.get(server.url + "/devices", headers=headers, timeout=WAIT)
         assert checked(answer, "/devices", "get", 401)["error"]["field"] == "Authorization"
