@@ -82,9 +82,19 @@ for _ in $(seq 100); do
 done
 [ -n "$url" ] || { echo "verda-server did not start:"; cat "$work/server.log"; exit 1; }
 echo "== verda-server listens on $url"
+# Shows the command as one would type it (quoted where the shell needs it), then runs it.
 show() {
   echo
-  echo "\$ curl $*"
+  printf '$ curl'
+  local a
+  for a in "$@"; do
+    if [[ -z $a || $a =~ [^A-Za-z0-9_./:=@%+,-] ]]; then
+      printf " '%s'" "${a//\'/\'\\\'\'}"
+    else
+      printf ' %s' "$a"
+    fi
+  done
+  echo
   curl -sS "$@"
   echo
 }
