@@ -20,18 +20,22 @@ const char kSchema[] =
     " at INTEGER NOT NULL, detail TEXT);"
     "CREATE INDEX IF NOT EXISTS steps_key ON steps(key);";
 
-const char kColumns[] =
+const std::string kColumns =
     "key, device, method, route, kind, hash, body, state, status, answer, witness, created, "
     "updated";
+const std::string kFind = "SELECT " + kColumns + " FROM requests WHERE key=?";
 
-// One prepared statement, finalized on leaving the scope.
+// One use of a statement the journal keeps prepared: reset, and its
+// bindings cleared, on leaving the scope.
 class Statement {
   public:
-    Statement(sqlite3* db, const char* sql) : db_(db) {
-        if (sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr) != SQLITE_OK)
-            throw std::runtime_error(std::string("journal: ") + sqlite3_errmsg(db));
+    Statement(sqlite3* db, sqlite3_stmt* stmt) : db_(db), stmt_(stmt) {}
+    ~Statement() {
+        sqlite3_reset(stmt_);
+        sqlite3_clear_bindings(stmt_);
     }
-    ~Statement() { sqlite3_finalize(stmt_); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
     Statement& bind(int i, const std::string& text) {
         sqlite3_bind_text(stmt_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
         return *this;
@@ -59,8 +63,11 @@ class Statement {
 
   private:
     sqlite3* db_;
-    sqlite3_stmt* stmt_ = nullptr;
+    sqlite3_stmt* stmt_;
 };
+
+// How often the journal's log is copied into its file, off the requests' way.
+const auto kCheckpointEvery = std::chrono::milliseconds(1000);
 
 std::string text(sqlite3_stmt* row, int column) {
     const unsigned char* value = sqlite3_column_text(row, column);
@@ -99,15 +106,57 @@ bool Journal::open(const std::string& path, std::string& error) {
         exec("PRAGMA journal_mode=WAL;");
         exec("PRAGMA synchronous=FULL;");
         exec(kSchema);
+        // The log is copied into the file (a checkpoint: two more syncs) by
+        // a thread of its own, so that no request waits for it.
+        exec("PRAGMA wal_autocheckpoint=0;");
     } catch (const std::exception& e) {
         error = "cannot use the journal " + path + ": " + e.what();
         return false;
     }
+    sqlite3* checkpoints = nullptr;
+    if (sqlite3_open_v2(path.c_str(), &checkpoints, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        error = "cannot open the journal " + path + " twice: " +
+                (checkpoints != nullptr ? sqlite3_errmsg(checkpoints) : "out of memory");
+        sqlite3_close(checkpoints);
+        return false;
+    }
+    sqlite3_busy_timeout(checkpoints, 10000);
+    checkpointer_ = std::thread([this, checkpoints] {
+        std::unique_lock<std::mutex> lock(stopMutex_);
+        while (!stopped_) {
+            stop_.wait_for(lock, kCheckpointEvery, [&] { return stopped_; });
+            // Passive: it copies what no reader still needs, and never
+            // holds up a writer.
+            sqlite3_wal_checkpoint_v2(checkpoints, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                                      nullptr);
+        }
+        sqlite3_close(checkpoints);
+    });
     return true;
 }
 
 Journal::~Journal() {
+    if (checkpointer_.joinable()) {
+        {
+            std::lock_guard<std::mutex> lock(stopMutex_);
+            stopped_ = true;
+        }
+        stop_.notify_all();
+        checkpointer_.join();
+    }
+    for (auto& kept : prepared_) sqlite3_finalize(kept.second);
     if (db_ != nullptr) sqlite3_close(db_);
+}
+
+sqlite3_stmt* Journal::prepared(const std::string& sql) {
+    auto found = prepared_.find(sql);
+    if (found != prepared_.end()) return found->second;
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v3(db_, sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) !=
+        SQLITE_OK)
+        throw std::runtime_error(std::string("journal: ") + sqlite3_errmsg(db_));
+    prepared_.emplace(sql, stmt);
+    return stmt;
 }
 
 void Journal::exec(const char* sql) {
@@ -121,10 +170,10 @@ void Journal::exec(const char* sql) {
 
 // One synchronous commit: all of body, or nothing of it.
 void Journal::transaction(const std::function<void()>& body) {
-    exec("BEGIN IMMEDIATE");
+    Statement(db_, prepared("BEGIN IMMEDIATE")).run();
     try {
         body();
-        exec("COMMIT");
+        Statement(db_, prepared("COMMIT")).run();
     } catch (...) {
         sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
         throw;
@@ -153,8 +202,7 @@ Request Journal::begin(const Request& request, bool& inserted) {
     std::lock_guard<std::mutex> lock(mutex_);
     Request r = request;
     transaction([&] {
-        Statement find(db_,
-                       (std::string("SELECT ") + kColumns + " FROM requests WHERE key=?").c_str());
+        Statement find(db_, prepared(kFind));
         find.bind(1, request.key);
         inserted = !find.row();
         if (!inserted) {
@@ -162,14 +210,14 @@ Request Journal::begin(const Request& request, bool& inserted) {
             return;
         }
         const long long at = now();
-        Statement insert(db_,
-                         "INSERT INTO requests(key, device, method, route, kind, hash, body, state,"
-                         " created, updated) VALUES(?,?,?,?,?,?,?,?,?,?)");
+        Statement insert(
+            db_, prepared("INSERT INTO requests(key, device, method, route, kind, hash, body,"
+                          " state, created, updated) VALUES(?,?,?,?,?,?,?,?,?,?)"));
         insert.bind(1, request.key).bind(2, request.device).bind(3, request.method);
         insert.bind(4, request.route).bind(5, request.kind).bind(6, request.hash);
         insert.bind(7, request.body.dump()).bind(8, std::string(state::kReceived));
         insert.bind(9, at).bind(10, at).run();
-        Statement step(db_, "INSERT INTO steps(key, step, at) VALUES(?,?,?)");
+        Statement step(db_, prepared("INSERT INTO steps(key, step, at) VALUES(?,?,?)"));
         step.bind(1, request.key).bind(2, std::string(state::kReceived)).bind(3, at).run();
         r.state = state::kReceived;
         r.created = r.updated = at;
@@ -183,13 +231,12 @@ void Journal::step(const std::string& key, const std::string& name, const json& 
     std::lock_guard<std::mutex> lock(mutex_);
     const long long at = now();
     transaction([&] {
-        Statement step(db_, "INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)");
+        Statement step(db_, prepared("INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)"));
         step.bind(1, key).bind(2, name).bind(3, at).bindJson(4, detail).run();
         if (newState.empty()) return;
-        Statement update(db_,
-                         "UPDATE requests SET state=?, updated=?,"
-                         " status=CASE WHEN ?>0 THEN ? ELSE status END,"
-                         " answer=COALESCE(?, answer) WHERE key=?");
+        Statement update(db_, prepared("UPDATE requests SET state=?, updated=?,"
+                                       " status=CASE WHEN ?>0 THEN ? ELSE status END,"
+                                       " answer=COALESCE(?, answer) WHERE key=?"));
         update.bind(1, newState).bind(2, at).bind(3, status).bind(4, status);
         update.bindJson(5, answer).bind(6, key).run();
     });
@@ -199,9 +246,10 @@ void Journal::sent(const std::string& key, const json& witness, const json& deta
     std::lock_guard<std::mutex> lock(mutex_);
     const long long at = now();
     transaction([&] {
-        Statement step(db_, "INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)");
+        Statement step(db_, prepared("INSERT INTO steps(key, step, at, detail) VALUES(?,?,?,?)"));
         step.bind(1, key).bind(2, std::string(state::kSent)).bind(3, at).bindJson(4, detail).run();
-        Statement update(db_, "UPDATE requests SET state=?, witness=?, updated=? WHERE key=?");
+        Statement update(db_,
+                         prepared("UPDATE requests SET state=?, witness=?, updated=? WHERE key=?"));
         update.bind(1, std::string(state::kSent)).bindJson(2, witness).bind(3, at).bind(4, key);
         update.run();
     });
@@ -209,12 +257,13 @@ void Journal::sent(const std::string& key, const json& witness, const json& deta
 
 std::optional<Request> Journal::get(const std::string& key, bool withSteps) {
     std::lock_guard<std::mutex> lock(mutex_);
-    Statement find(db_, (std::string("SELECT ") + kColumns + " FROM requests WHERE key=?").c_str());
+    Statement find(db_, prepared(kFind));
     find.bind(1, key);
     if (!find.row()) return std::nullopt;
     Request r = read(find.get());
     if (withSteps) {
-        Statement steps(db_, "SELECT step, at, detail FROM steps WHERE key=? ORDER BY id");
+        Statement steps(db_,
+                        prepared("SELECT step, at, detail FROM steps WHERE key=? ORDER BY id"));
         steps.bind(1, key);
         while (steps.row())
             r.steps.push_back(Step{text(steps.get(), 0), sqlite3_column_int64(steps.get(), 1),
@@ -225,11 +274,11 @@ std::optional<Request> Journal::get(const std::string& key, bool withSteps) {
 
 std::vector<Request> Journal::list(const RequestFilter& f) {
     std::lock_guard<std::mutex> lock(mutex_);
-    Statement query(db_, (std::string("SELECT ") + kColumns +
-                          " FROM requests WHERE (?1='' OR device=?1) AND (?2='' OR state=?2)"
-                          " AND (?3=0 OR created>=?3) AND (?4=0 OR created<=?4)"
-                          " ORDER BY created DESC, rowid DESC LIMIT ?5")
-                             .c_str());
+    Statement query(db_,
+                    prepared("SELECT " + kColumns +
+                             " FROM requests WHERE (?1='' OR device=?1) AND (?2='' OR state=?2)"
+                             " AND (?3=0 OR created>=?3) AND (?4=0 OR created<=?4)"
+                             " ORDER BY created DESC, rowid DESC LIMIT ?5"));
     query.bind(1, f.device).bind(2, f.state).bind(3, f.since).bind(4, f.until);
     query.bind(5, static_cast<long long>(f.limit));
     std::vector<Request> out;
@@ -239,9 +288,9 @@ std::vector<Request> Journal::list(const RequestFilter& f) {
 
 std::vector<Request> Journal::unsettled(const std::string& device) {
     std::lock_guard<std::mutex> lock(mutex_);
-    Statement query(db_, (std::string("SELECT ") + kColumns +
-                          " FROM requests WHERE device=? AND state IN (?,?,?) ORDER BY created")
-                             .c_str());
+    Statement query(
+        db_, prepared("SELECT " + kColumns +
+                      " FROM requests WHERE device=? AND state IN (?,?,?) ORDER BY created"));
     query.bind(1, device).bind(2, std::string(state::kReceived));
     query.bind(3, std::string(state::kSent)).bind(4, std::string(state::kAmbiguous));
     std::vector<Request> out;

@@ -9,10 +9,13 @@
 
 #include <sqlite3.h>
 
+#include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -93,9 +96,17 @@ class Journal {
     void exec(const char* sql);
     void transaction(const std::function<void()>& body);
     Request read(sqlite3_stmt* row) const;
+    // The statement of this text, prepared once and kept; under mutex_.
+    sqlite3_stmt* prepared(const std::string& sql);
 
     sqlite3* db_ = nullptr;
     std::mutex mutex_;
+    std::map<std::string, sqlite3_stmt*> prepared_;
+    // Checkpoints, on a connection of their own.
+    std::thread checkpointer_;
+    std::mutex stopMutex_;
+    std::condition_variable stop_;
+    bool stopped_ = false;
 };
 
 }  // namespace server

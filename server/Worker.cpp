@@ -62,6 +62,7 @@ namespace {
 
 const auto kLongestBackoff = std::chrono::milliseconds(10000);
 const auto kShortestBackoff = std::chrono::milliseconds(100);
+const auto kLongestReadingWait = std::chrono::milliseconds(1000);
 
 long long nowMs() {
     return Journal::now();
@@ -398,10 +399,6 @@ void Worker::execute(Job& job) {
     Outcome outcome;
     try {
         outcome = job.run(job);
-        // A change shows in the reading before its answer goes out, unless
-        // more requests wait: then the reading follows the last of them.
-        // Reads change nothing.
-        if (!job.key.empty() && device_->isOpen() && queueDepth() == 0) refresh();
     } catch (const std::exception& e) {
         // The journal could not be written: nothing more is sent for it, and
         // what it left in flight is settled at the next pass.
@@ -410,7 +407,25 @@ void Worker::execute(Job& job) {
                  {{"device", config_.id}, {"key", job.key}});
         outcome = Outcome{500, errorBody(500, e.what())};
     }
-    finish(job, outcome);
+    // A change is read back from the register right after its answer went
+    // out, unless more requests wait: then the reading follows the last of
+    // them. The reading is marked as coming before the answer leaves, so
+    // that a GET /devices sent after the answer waits for it (see
+    // describe()) and shows the change. Reads change nothing.
+    bool readBack = false;
+    if (!job.key.empty() && device_->isOpen()) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        readBack = queue_.empty();
+        readingDue_ = readBack;
+    }
+    finish(job, std::move(outcome));
+    if (!readBack) return;
+    refresh();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        readingDue_ = false;
+    }
+    readingDone_.notify_all();
 }
 
 void Worker::finish(Job& job, Outcome outcome) {
@@ -540,7 +555,11 @@ Outcome Worker::perform(const Request& request, std::function<json(Run&)> task,
 // --- The reading -------------------------------------------------------------------
 
 json Worker::describe() {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
+    // A reading after a change takes four short exchanges: waited for, so
+    // that what a client changed shows; bounded, so that a register that
+    // stops answering half way never holds the answer up for long.
+    readingDone_.wait_for(lock, kLongestReadingWait, [&] { return !readingDue_; });
     const long long now = nowMs();
     json link = {{"state", link_}, {"since", isoTime(linkSince_)}};
     if (!linkError_.empty()) link["error"] = linkError_;

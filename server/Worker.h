@@ -116,6 +116,8 @@ class Worker {
     json reading_;
     long long readingAt_ = 0;
     Clock::time_point lastRefresh_;
+    bool readingDue_ = false;  // a reading follows the change just answered
+    std::condition_variable readingDone_;
     std::chrono::milliseconds backoff_{100};
 };
 
