@@ -124,6 +124,16 @@ int verda_set_log_dir(verda_device* d, const char* dir) {
     });
 }
 
+int verda_link_counters(verda_device* d, unsigned long long* sent, unsigned long long* repeated,
+                        unsigned long long* naks) {
+    return capi::run(d, [&](VR35& device) -> int {
+        if (sent != nullptr) *sent = device.framesSent;
+        if (repeated != nullptr) *repeated = device.framesRepeated;
+        if (naks != nullptr) *naks = device.naksReceived;
+        return VERDA_OK;
+    });
+}
+
 const char* verda_error_text(int code) {
     switch (code) {
         case VERDA_OK:

@@ -125,6 +125,12 @@ int verda_set_timeout(verda_device* d, int timeout);
    not asked to, and handles sharing one file would interleave their lines).
    VERDA_INVALID_ARGUMENT when dir is not an existing folder. */
 int verda_set_log_dir(verda_device* d, const char* dir);
+/* What the handle's link went through since verda_device_new, for a program
+   that watches its registers: frames sent, frames sent again after a missing
+   or bad reply, NAKs received. The counts only grow; a NULL output is
+   skipped. */
+int verda_link_counters(verda_device* d, unsigned long long* sent, unsigned long long* repeated,
+                        unsigned long long* naks);
 
 /* The Russian text (UTF-8) of any result code: the register's error
    catalogue, the failed exchange, and the interface's own codes. Static,

@@ -19,7 +19,10 @@ VR35::VR35()
       logEnabled(false),
       timeout(50),
       port(nullptr),
-      status(new MyStatus()) {
+      status(new MyStatus()),
+      framesSent(0),
+      framesRepeated(0),
+      naksReceived(0) {
     decimalPlaces = 0;
 }
 
@@ -64,7 +67,9 @@ int VR35::SendPMessage(unsigned int command, unsigned char* data, int length, st
 
     for (int sends = 0; sends < kMaxSends; ++sends) {
         scanner.expect(seq, lastCommand);
+        ++framesSent;
         if (sends != 0) {
+            ++framesRepeated;
             if (logEnabled) logrotate(homeDir + kLogFileName, "REPEAT");
             std::cout << "REPEAT SEND!" << std::endl;
         }
@@ -89,6 +94,7 @@ int VR35::SendPMessage(unsigned int command, unsigned char* data, int length, st
             return reply.empty() ? VERDA_EXCHANGE_FAILED : VERDA_OK;
         }
         if (verdict == wire::ReplyScanner::Verdict::Nak) {
+            ++naksReceived;
             if (logEnabled) logrotate(homeDir + kLogFileName, "NACK");
             wire::pause(kNakPause);
         }

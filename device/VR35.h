@@ -24,6 +24,12 @@ class VR35 : public CPrinter {
     int timeout;                // port timeout: 10 ms units on serial, 1 ms on TCP
     Port* port;                 // owned; null when there is none
     MyStatus* status;           // owned; the status bytes of the last valid reply
+    // What the link went through since the object was made, for whoever
+    // watches it (the C interface hands them out): frames sent, frames sent
+    // again after a missing or bad reply, NAKs received.
+    unsigned long long framesSent;
+    unsigned long long framesRepeated;
+    unsigned long long naksReceived;
 
     VR35();
     ~VR35() override;

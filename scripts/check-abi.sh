@@ -11,11 +11,13 @@
 set -euo pipefail
 lib=$1 root=$2
 baseline=$root/capi/abi.xml
+source=$(realpath "$root")
 
 dump() {
   abidw --suppressions "$root/capi/abi.suppr" --header-file "$root/capi/verda.h" \
     --header-file "$root/api/ResultCodes.h" --drop-private-types --drop-undefined-syms \
-    --no-corpus-path --no-comp-dir-path --no-show-locs --type-id-style hash "$lib"
+    --no-corpus-path --no-comp-dir-path --no-show-locs --type-id-style hash "$lib" |
+    sed "s#path='$source/#path='#"  # sources named from the tree's root, wherever it is
 }
 
 if [ "${3:-}" = --update ]; then

@@ -60,6 +60,11 @@ void Device::close() {
 
 void Device::check(const char* operation, int result) {
     metrics_.exchange(config_.id, result == VERDA_EXCHANGE_FAILED);
+    unsigned long long repeats = repeats_, naks = naks_;
+    verda_link_counters(handle_, nullptr, &repeats, &naks);
+    metrics_.frames(config_.id, repeats - repeats_, naks - naks_);
+    repeats_ = repeats;
+    naks_ = naks;
     if (result == 0) return;
     if (result == VERDA_EXCHANGE_FAILED) {
         close();

@@ -51,6 +51,7 @@ class Device {
     Metrics& metrics_;
     verda_device* handle_ = nullptr;
     bool open_ = false;
+    unsigned long long repeats_ = 0, naks_ = 0;  // the link's counts at the last check
 };
 
 // Calls verda_NAME on the device and checks the result.

@@ -60,6 +60,13 @@ void Metrics::ambiguous(const std::string& device) {
     ++ambiguous_[device];
 }
 
+void Metrics::frames(const std::string& device, unsigned long long repeats,
+                     unsigned long long naks) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    repeats_[device] += repeats;
+    naks_[device] += naks;
+}
+
 void Metrics::settled(const std::string& device, const std::string& outcome) {
     std::lock_guard<std::mutex> lock(mutex_);
     ++settled_[std::make_pair(device, outcome)];
@@ -91,6 +98,9 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) 
     perDevice(out, "verda_exchanges_total", "Library calls made on a register.", exchanges_);
     perDevice(out, "verda_exchange_failures_total",
               "Library calls that got no valid reply after every repeat.", failures_);
+    perDevice(out, "verda_repeats_total", "Request frames sent again after a missing or bad reply.",
+              repeats_);
+    perDevice(out, "verda_naks_total", "NAKs received from a register.", naks_);
     perDevice(out, "verda_reconnects_total", "Times the link to a register was opened again.",
               reconnects_);
     perDevice(out, "verda_ambiguous_requests_total",

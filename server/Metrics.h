@@ -18,6 +18,8 @@ class Metrics {
     void request(const std::string& route, const std::string& method, int status, double seconds);
     // One library call on a register; failed: the exchange got no valid reply.
     void exchange(const std::string& device, bool failed);
+    // Frames a register's link sent again, and NAKs it received, since the last report.
+    void frames(const std::string& device, unsigned long long repeats, unsigned long long naks);
     void reconnect(const std::string& device);
     void ambiguous(const std::string& device);
     // outcome: committed or not-committed.
@@ -42,7 +44,8 @@ class Metrics {
     std::mutex mutex_;
     std::map<std::tuple<std::string, std::string, int>, unsigned long long> requests_;
     std::map<std::string, Histogram> durations_;
-    std::map<std::string, unsigned long long> exchanges_, failures_, reconnects_, ambiguous_;
+    std::map<std::string, unsigned long long> exchanges_, failures_, repeats_, naks_, reconnects_,
+        ambiguous_;
     std::map<std::pair<std::string, std::string>, unsigned long long> settled_;
 };
 

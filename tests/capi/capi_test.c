@@ -362,6 +362,9 @@ static void serial_line(void) {
     CHECK_CODE(verda_open_serial(d, test_register_path(r), 115200), VERDA_OK);
     CHECK(fcntl(0, F_GETFD) == stdin_flags);
     CHECK_CODE(verda_CheckConnection(d), VERDA_OK);
+    unsigned long long sent = 0, repeated = 9, naks = 9;
+    CHECK_CODE(verda_link_counters(d, &sent, &repeated, &naks), VERDA_OK);
+    CHECK(sent == 1 && repeated == 0 && naks == 0);
     CHECK_CODE(verda_close(d), VERDA_OK);
     CHECK_CODE(verda_CheckConnection(d), VERDA_EXCHANGE_FAILED);
     verda_device_free(d);

@@ -171,6 +171,24 @@ def test_metrics_pass_promtool(shop):
     assert check.returncode == 0, check.stdout + check.stderr
 
 
+def test_naks_are_repeated_counted_and_sell_once(server_factory, sim_factory):
+    """A register that answers some requests with NAK: each is sent again,
+    the receipt is committed once, and the metrics count the NAKs and the
+    repeats."""
+    sim = sim_factory("--nak", "0.3", "--seed", "7")
+    server = server_factory("--device", "shop=" + sim.device)
+    server.device("shop")
+    checked(server.change("/devices/shop/shift/open"), "/devices/{id}/shift/open", "post", 200)
+    checked(server.change("/devices/shop/receipts", SALE), "/devices/{id}/receipts", "post", 200)
+    assert sum(server.x_report("shop")["sales"]) == server.committed_total("shop")
+    text = server.get("/metrics").text
+    counts = {}
+    for name in ("verda_naks_total", "verda_repeats_total"):
+        line = next(l for l in text.splitlines() if l.startswith(name + '{device="shop"}'))
+        counts[name] = int(line.rsplit(" ", 1)[1])
+    assert 0 < counts["verda_naks_total"] <= counts["verda_repeats_total"]
+
+
 def test_offline_register_fails_before_sending(server_factory, sim_factory):
     sim = sim_factory()
     sim.kill()  # its port now refuses
