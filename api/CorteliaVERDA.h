@@ -231,12 +231,6 @@ bool PrgAndReadArticleFF(int PLU, char& TaxGr, int& Dep, int& Group, char& Price
 bool PrgAndReadArticleX(int PLU, int& ArticleValue);
 bool PrgAndReadArticleXX(int PLU, int& ArticleValue);
 
-// --- Tool support ----------------------------------------------------------------
-// The result code of the last exported operation (0, 100001, or the device's
-// own error number), for tools that report it; ReadingError gives its text.
-// After PrintZReport and PrintXReport it is their reversed truth value.
-int LastResultCode();
-
 }  // namespace VERDA
 
 #endif

@@ -60,6 +60,12 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
         f.p99Us = counter("p99_us");
         f.wireMs = counter("wire_ms");
         f.lineLateMs = counter("line_late_ms");
+        f.memberUs = counter("member_us");
+        f.cUs = counter("c_us");
+        f.pythonUs = counter("python_us");
+        f.bareCUs = counter("bare_c_us");
+        f.cAddedUs = counter("added_us");
+        f.pythonAddedUs = counter("python_added_us");
         order_.push_back(run.benchmark_name());
         figures_.push_back(f);
     }
@@ -102,6 +108,25 @@ void SummaryReporter::printSummary() const {
             std::printf("  of which the line emulation ran late %.1f ms; without that, %.3f\n",
                         receipt->lineLateMs, (ms - receipt->lineLateMs) / receipt->wireMs);
         }
+    }
+    bool header = false;
+    for (const char* op : {"CheckConnection", "GetDateTime"}) {
+        const Figures* c = find(std::string("capi/") + op);
+        const Figures* python = find(std::string("python/") + op);
+        if (c == nullptr) continue;
+        if (!header)
+            std::printf("\n%-16s %10s %10s %8s %10s %10s %8s %9s\n", "median of a call",
+                        "member us", "C us", "C adds", "Python us", "ctypes us", "Py adds",
+                        "in all");
+        header = true;
+        const double cAdds = c->cAddedUs;
+        std::printf("%-16s %10.1f %10.1f %8.2f", op, c->memberUs, c->cUs, cAdds);
+        // Python over the bare C call (in turns in one process), plus the C
+        // function over the member.
+        if (python != nullptr && python->pythonUs > 0)
+            std::printf(" %10.1f %10.1f %8.1f %9.1f", python->pythonUs, python->bareCUs,
+                        python->pythonAddedUs, python->pythonAddedUs + cAdds);
+        std::printf("\n");
     }
     std::fflush(stdout);
 }

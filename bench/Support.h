@@ -38,6 +38,12 @@ class SummaryReporter : public benchmark::ConsoleReporter {
         double p99Us = 0;
         double wireMs = 0;
         double lineLateMs = 0;
+        double memberUs = 0;  // medians of one call: the member, the C function, Python
+        double cUs = 0;
+        double pythonUs = 0;
+        double bareCUs = 0;   // the C function through ctypes, in turns with Python's
+        double cAddedUs = 0;  // medians of what one round's second layer took more
+        double pythonAddedUs = 0;
     };
     std::vector<std::string> order_;
     std::vector<Figures> figures_;
@@ -46,6 +52,9 @@ class SummaryReporter : public benchmark::ConsoleReporter {
 
 // The whole-receipt benchmark against the simulator, when it is built.
 void registerReceipt();
+// What the C interface and the Python package add to the members they wrap,
+// against the simulator, when it is built.
+void registerCapi();
 
 }  // namespace bench
 

@@ -236,6 +236,7 @@ void registerAll() {
     }
     benchmark::RegisterBenchmark("log_line", logLine)->UseRealTime();
     bench::registerReceipt();
+    bench::registerCapi();
 }
 
 }  // namespace

@@ -5,9 +5,10 @@
 #                                 pkg-config file, the CMake package, and the
 #                                 programs with their man pages
 #   cpack --config <build>/CPackConfig.cmake
-#                                 three .deb files: libcorteliaverda1 (library),
-#                                 libcorteliaverda-dev (development files) and
-#                                 corteliaverda-tools (programs)
+#                                 four .deb files: libcorteliaverda2 (library),
+#                                 libcorteliaverda-dev (development files),
+#                                 corteliaverda-tools (programs) and
+#                                 python3-corteliaverda (the Python package)
 #
 # Packages go to /usr: configure with -DCMAKE_INSTALL_PREFIX=/usr so that the
 # library lands in Debian's multiarch directory (lib/x86_64-linux-gnu or
@@ -59,14 +60,21 @@ function(verda_install_programs)
   set(manpages)
   set(summary_verda "command-line tool for VERDA fiscal cash registers")
   set(summary_verda-sim "simulator of a VERDA fiscal cash register")
+  set(summary_verda-server "VERDA fiscal cash registers as an HTTP/JSON service")
   # The tool's page holds every command's help, not only the overview.
   set(helpoption_verda --help-all)
   set(helpoption_verda-sim --help)
-  foreach(program verda verda-sim)
+  set(helpoption_verda-server --help)
+  # The server has a package of its own (server/CMakeLists.txt installs the rest).
+  set(component_verda tools)
+  set(component_verda-sim tools)
+  set(component_verda-server server)
+  foreach(program verda verda-sim verda-server)
     if(NOT TARGET ${program})
       continue()
     endif()
-    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+            COMPONENT ${component_${program}})
     if(NOT HELP2MAN)
       message(STATUS "help2man not found: ${program} is installed without a man page")
       continue()
@@ -82,10 +90,11 @@ function(verda_install_programs)
       COMMAND gzip -9nf ${page}
       DEPENDS ${program} VERBATIM)
     list(APPEND manpages ${page}.gz)
+    install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+            COMPONENT ${component_${program}})
   endforeach()
   if(manpages)
     add_custom_target(verda_manpages ALL DEPENDS ${manpages})
-    install(FILES ${manpages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   endif()
   verda_debian_packages()
 endfunction()
@@ -145,6 +154,30 @@ function(verda_debian_packages)
   string(CONCAT CPACK_DEBIAN_TOOLS_DESCRIPTION
       "driver library for VERDA fiscal cash registers - programs\n"
       "The command-line tool and the register simulator, with their man pages.")
+
+  # The server: its program, man page, systemd unit and sample configuration
+  # (a conffile). Its libraries are named here like the C++ runtime above.
+  verda_debian_version(libcpp-httplib0.11 httplib)
+  verda_debian_version(libsqlite3-0 sqlite)
+  set(CPACK_DEBIAN_SERVER_PACKAGE_NAME corteliaverda-server)
+  set(CPACK_DEBIAN_SERVER_PACKAGE_SECTION net)
+  set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS
+      "${library} (= ${version}), ${runtime}, libcpp-httplib0.11 (>= ${httplib}), libsqlite3-0 (>= ${sqlite})")
+  set(CPACK_DEBIAN_SERVER_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/server/debian/conffiles)
+  string(CONCAT CPACK_DEBIAN_SERVER_DESCRIPTION
+      "driver library for VERDA fiscal cash registers - HTTP/JSON service\n"
+      "verda-server: the shop's registers as an HTTP/JSON service whose journal\n"
+      "never sells twice, with its systemd unit and a sample configuration.")
+
+  # Pure Python over the library of the machine's own architecture.
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-corteliaverda)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3, ${library} (= ${version})")
+  string(CONCAT CPACK_DEBIAN_PYTHON_DESCRIPTION
+      "driver library for VERDA fiscal cash registers - Python package\n"
+      "The package verda: every operation of the register as a method of\n"
+      "verda.Device, over the library's C interface (ctypes).")
 
   include(CPack)
 endfunction()

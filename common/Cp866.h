@@ -2,8 +2,8 @@
 #define VERDA_COMMON_CP866_H
 
 // The register's code page as Unicode, for our programs (the simulator and
-// the command-line tool) that show device text to a person. Not part of the
-// library and not installed.
+// the command-line tool) that show device text to a person, and for the
+// library's C interface, which speaks UTF-8. Header-only and not installed.
 
 #include <string>
 
@@ -36,19 +36,30 @@ inline std::string toUtf8(const std::string& bytes) {
     return out;
 }
 
+// The CP866 byte of code, when it has one.
+inline bool toByte(unsigned int code, unsigned char& byte) {
+    if (code < 0x80) {
+        byte = static_cast<unsigned char>(code);
+        return true;
+    }
+    for (unsigned int i = 0; i < 128; ++i) {
+        if (kUpperHalf[i] == code) {
+            byte = static_cast<unsigned char>(0x80 + i);
+            return true;
+        }
+    }
+    return false;
+}
+
 // UTF-8 to CP866, one byte for each character; a character that CP866 lacks,
 // and a byte that is not UTF-8, become "?".
 inline std::string fromUtf8(const std::string& text) {
     std::string out;
     for (std::string::size_type at = 0; at < text.size();) {
         unsigned int code = 0;
-        char byte = '?';
-        if (utf8::decode(text, at, code)) {
-            if (code < 0x80) byte = static_cast<char>(code);
-            for (int i = 0; code >= 0x80 && i < 128; ++i)
-                if (kUpperHalf[i] == code) byte = static_cast<char>(0x80 + i);
-        }
-        out += byte;
+        unsigned char byte = '?';
+        if (!utf8::decode(text, at, code) || !toByte(code, byte)) byte = '?';
+        out += static_cast<char>(byte);
     }
     return out;
 }

@@ -2,8 +2,8 @@
 #define VERDA_COMMON_UTF8_H
 
 // UTF-8 for our programs beside the library (the simulator and the
-// command-line tool): the one reader and the one writer. Not part of the
-// library and not installed.
+// command-line tool) and for the library's C interface, which speaks it: the
+// one reader and the one writer. Header-only and not installed.
 
 #include <string>
 

@@ -4,19 +4,27 @@
 #   - every exported name is declared in a public header: no internal helper,
 #     no internal global (vr35, g_ResultCode), no standard library copy;
 #   - every function that the public API header declares in the namespace
-#     VERDA is exported.
+#     VERDA is exported;
+#   - every function of the C interface (capi/verda.h) is exported under the
+#     version node VERDA_1 (cmake/exports.map), and nothing else is.
 # Usage: check-exports.sh LIBRARY SOURCE-ROOT PUBLIC-HEADER...
 #        (headers relative to SOURCE-ROOT, as installed)
 set -euo pipefail
 lib=$1 root=$2
 shift 2
 api=api/CorteliaVERDA.h
+capi=capi/verda.h
 
 # The identifiers in the code of the public headers, comments removed: the
 # names a client sees.
-declared=$(cd "$root" && sed -e 's://.*$::' "$@" | tr -c 'A-Za-z0-9_' '\n' | grep -E '^[A-Za-z_]' | sort -u)
+declared=$(cd "$root" && sed -e 's://.*$::' -e 's:/\*.*\*/::' "$@" | tr -c 'A-Za-z0-9_' '\n' |
+           grep -E '^[A-Za-z_]' | sort -u)
 
-mangled=$(nm -D --defined-only "$lib" | awk '{ print $NF }' | grep -v -E '^(_init|_fini)$' || true)
+# Names with their versions (name@@NODE), then without; the version nodes
+# themselves are absolute symbols, not names.
+versioned=$(nm -D --defined-only "$lib" | awk '$2 != "A" { print $NF }' |
+            grep -v -E '^(_init|_fini)(@|$)' || true)
+mangled=$(sed 's/@.*$//' <<<"$versioned")
 if [ -z "$mangled" ]; then
   echo "check-exports: $lib exports nothing" >&2
   exit 1
@@ -63,6 +71,27 @@ for function in $verda; do
   fi
 done
 
+# The C interface: each function a line "int verda_Name(" or "T* verda_name(".
+c_functions=$(sed -e 's:/\*.*\*/::' "$root/$capi" |
+              grep -oE '^(const )?[a-z_]+[ *]+verda_[A-Za-z0-9_]+\(' | sed -E 's/.*(verda_[A-Za-z0-9_]+)\($/\1/' |
+              sort -u)
+if [ -z "$c_functions" ]; then
+  echo "check-exports: no verda_ function found in $capi" >&2
+  exit 1
+fi
+c_exported=$(grep -E '@@VERDA_1$' <<<"$versioned" | sed 's/@.*$//' | sort -u)
+missing=$(comm -23 <(echo "$c_functions") <(echo "$c_exported"))
+extra=$(comm -13 <(echo "$c_functions") <(echo "$c_exported"))
+if [ -n "$missing" ]; then
+  echo "check-exports: declared in $capi but not exported as @@VERDA_1:" $missing >&2
+  bad=1
+fi
+if [ -n "$extra" ]; then
+  echo "check-exports: exported as @@VERDA_1 but not declared in $capi:" $extra >&2
+  bad=1
+fi
+
 [ $bad -eq 0 ] && echo "check-exports: $(wc -l <<<"$demangled") symbols exported," \
-                       "all declared in the public headers; $(wc -w <<<"$verda") VERDA functions"
+                       "all declared in the public headers; $(wc -w <<<"$verda") VERDA functions;" \
+                       "$(wc -w <<<"$c_functions") C functions at VERDA_1"
 exit $bad

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Builds the Debian packages of a configured and built tree, unpacks them into
 # a scratch root, and proves the installed files complete: each public header
-# compiles on its own, no internal header is installed, and the examples build
-# against the unpacked files alone, once with pkg-config and once with
-# find_package(CorteliaVERDA), and run against the packaged simulator.
+# compiles on its own (the C interface's also as C99), no internal header is
+# installed, and the examples build against the unpacked files alone, once
+# with pkg-config and once with find_package(CorteliaVERDA), and run against
+# the packaged simulator; on the build machine's own architecture the Python
+# example runs too, with the packaged Python package.
 # Usage: check-installed.sh BUILD-DIR
 set -euo pipefail
 source=$(cd "$(dirname "$0")/.." && pwd)
@@ -32,12 +34,14 @@ libdir=$(dirname "$(dirname "$pcfile")")
 # pkg-config reads the unpacked file and puts the scratch root before its paths.
 export PKG_CONFIG_PATH=$(dirname "$pcfile") PKG_CONFIG_LIBDIR=$(dirname "$pcfile")
 export PKG_CONFIG_SYSROOT_DIR=$work/root
-[ -L "$libdir/libCorteliaVERDA.so" ] && [ -L "$libdir/libCorteliaVERDA.so.1" ] || {
-  echo "check-installed: libCorteliaVERDA.so and .so.1 links missing in $libdir" >&2; exit 1; }
+major=$(cache CMAKE_PROJECT_VERSION_MAJOR)
+[ -L "$libdir/libCorteliaVERDA.so" ] && [ -L "$libdir/libCorteliaVERDA.so.$major" ] || {
+  echo "check-installed: libCorteliaVERDA.so and .so.$major links missing in $libdir" >&2; exit 1; }
 
 include=$usr/include/CorteliaVERDA
 # Of the protocol core only the frame format is public.
-for internal in device/Command.h api/Globals.h $(cd "$source" && ls wire/*.h | grep -vx wire/Frame.h); do
+for internal in device/Command.h api/Globals.h capi/Wrapper.h \
+    $(cd "$source" && ls wire/*.h | grep -vx wire/Frame.h); do
   if [ -e "$include/$internal" ]; then
     echo "check-installed: internal header $internal is installed" >&2
     exit 1
@@ -48,7 +52,9 @@ for header in $headers; do
   echo "#include \"$header\"" | g++ -std=c++17 "${cxxflags[@]}" -fsyntax-only -Wall -Wextra \
     -Werror $(pkg-config --cflags CorteliaVERDA) -x c++ -
 done
-say "$(wc -w <<<"$headers") headers compile on their own"
+gcc -std=c99 -pedantic "${cxxflags[@]}" -fsyntax-only -Wall -Wextra -Werror \
+  $(pkg-config --cflags CorteliaVERDA) -x c - <<<'#include "capi/verda.h"'
+say "$(wc -w <<<"$headers") headers compile on their own, capi/verda.h also as C99"
 
 # sell_receipt needs the selling functions; a tree without them builds the
 # other examples only.
@@ -66,6 +72,9 @@ for example in "${examples[@]}"; do
   g++ -std=c++17 "${cxxflags[@]}" -Wall -Wextra -Werror "$source/examples/$example.cpp" \
     $(pkg-config --cflags --libs CorteliaVERDA) -o "$work/pkg-config/$example"
 done
+gcc -std=c99 "${cxxflags[@]}" -Wall -Wextra -Werror "$source/examples/receipt.c" \
+  $(pkg-config --cflags --libs CorteliaVERDA) -o "$work/pkg-config/receipt"
+examples+=(receipt)
 say "examples built with pkg-config: ${examples[*]}"
 CXXFLAGS="-Wall -Wextra -Werror" cmake -S "$source/examples" -B "$work/cmake" \
   -DCMAKE_PREFIX_PATH="$usr" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
@@ -89,6 +98,24 @@ for example in "${examples[@]}"; do
   done
 done
 
+# address_of NAME PID REGEX OUT ERR: the address that program NAME (process
+# PID) prints first on OUT, as it matches REGEX; with its ERR when it prints none.
+address_of() {
+  local address=""
+  for _ in $(seq 100); do
+    address=$(grep -m1 -oE "$3" "$4" || true)
+    [ -n "$address" ] && break
+    kill -0 "$2" 2>/dev/null || break
+    sleep 0.1
+  done
+  if [ -z "$address" ]; then
+    echo "check-installed: $1 printed no address:" >&2
+    cat "$5" >&2
+    exit 1
+  fi
+  echo "$address"
+}
+
 # The examples sell against the packaged simulator.
 against_simulator() {
   local sim address
@@ -96,23 +123,20 @@ against_simulator() {
     >"$work/sim.out" 2>&1 &
   sim=$!
   trap "kill $sim 2>/dev/null || true" EXIT
-  for _ in $(seq 100); do
-    address=$(grep -m1 -oE '^[0-9.]+:[0-9]+$' "$work/sim.out" || true)
-    [ -n "$address" ] && break
-    kill -0 $sim 2>/dev/null || break
-    sleep 0.1
-  done
-  if [ -z "$address" ]; then
-    echo "check-installed: verda-sim printed no address:" >&2
-    cat "$work/sim.out" >&2
-    exit 1
-  fi
+  address=$(address_of verda-sim $sim '^[0-9.]+:[0-9]+$' "$work/sim.out" "$work/sim.out")
   for example in "${examples[@]}"; do
     for variant in pkg-config cmake; do
       say "$variant/$example against verda-sim at $address"
       HOME=$work run "$work/$variant/$example" tcp "${address%:*}" "${address##*:}"
     done
   done
+  # The Python package is the build machine's: Debian's interpreter loads the
+  # packaged library of its own architecture only.
+  if [ -z "$emulator" ]; then
+    say "examples/receipt.py with the packaged Python package against verda-sim at $address"
+    PYTHONPATH=$(dirname "$(dirname "$(find "$usr/lib/python3" -path '*/verda/__init__.py')")") \
+      /usr/bin/python3 "$source/examples/receipt.py" tcp "${address%:*}" "${address##*:}"
+  fi
   kill $sim
   wait $sim 2>/dev/null || true
   say "the paper of the simulator:"
@@ -122,6 +146,44 @@ if [ -x "$usr/bin/verda-sim" ]; then
   against_simulator
 else
   say "skip the run: the packages hold no verda-sim (no simulator in this tree)"
+fi
+
+# The server's package: its sample configuration (a conffile) and systemd
+# unit are there, and the server starts from that configuration with its
+# built-in simulated register and answers.
+against_server() {
+  local server url deb
+  deb=$(ls "$work"/packages/corteliaverda-server_*.deb)
+  dpkg-deb -I "$deb" conffiles | grep -qx /etc/verda/verda-server.conf || {
+    echo "check-installed: the server's configuration is not a conffile" >&2; exit 1; }
+  for file in etc/verda/verda-server.conf usr/lib/systemd/system/verda-server.service \
+              usr/share/man/man1/verda-server.1.gz; do
+    [ -f "$work/root/$file" ] || { echo "check-installed: $file is not packaged" >&2; exit 1; }
+  done
+  mkdir -p "$work/server"
+  "$usr/bin/verda-server" --config "$work/root/etc/verda/verda-server.conf" \
+    --listen 127.0.0.1:0 --journal "$work/server/journal.db" >"$work/server.out" 2>"$work/server.err" &
+  server=$!
+  trap "kill $server 2>/dev/null || true" EXIT
+  url=$(address_of verda-server $server '^http://[0-9.]+:[0-9]+$' "$work/server.out" "$work/server.err")
+  curl -fsS "$url/health" | grep -q '"ok"'
+  # The web console is built into the program, not read from the source tree.
+  curl -fsS "$url/" | grep -q '/console/console.js' && curl -fsS "$url/console/console.js" >/dev/null || {
+    echo "check-installed: the packaged server does not serve its console" >&2; exit 1; }
+  for _ in $(seq 100); do
+    curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break
+    sleep 0.1
+  done
+  curl -fsS "$url/devices/sim" | grep -q '"state":"online"' || {
+    echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
+  kill $server
+  wait $server 2>/dev/null || true
+  say "verda-server from the packaged configuration answers /health, serves its console, its register online"
+}
+if [ -x "$usr/bin/verda-server" ]; then
+  against_server
+else
+  say "skip the server: the packages hold no verda-server (its libraries are missing in this build)"
 fi
 
 # In CI (CI=true) the packages are also installed for real with apt, as a user

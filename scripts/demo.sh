@@ -11,12 +11,13 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
-install_missing cmake g++ libcli11-dev nlohmann-json3-dev
+install_missing cmake g++ pkg-config libcpp-httplib-dev nlohmann-json3-dev libsqlite3-dev \
+  libcli11-dev curl
 
 build=build/demo
-echo "== building verda and verda-sim in $build"
+echo "== building verda, verda-sim and verda-server in $build"
 cmake -S . -B "$build" -DVERDA_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" -j"${JOBS:-2}" --target verda verda-sim >/dev/null
+cmake --build "$build" -j"${JOBS:-2}" --target verda verda-sim verda-server >/dev/null
 
 work=$(mktemp -d)
 pids=()
@@ -63,5 +64,44 @@ verda shift open --cashier 'Иванова А. В.'
 verda receipt 'Хлеб ржаной=45.50x2' 'Молоко 3,2%=89.90' 'Сыр=412.30x0.35:2' \
   --discount 5% --pay cash:1000
 verda x-report
+
+# The same through verda-server, with its own simulated register: one
+# request for a whole receipt, repeated with the same key, and its record
+# in the server's journal.
 echo
-echo "== done; the simulator stops"
+echo "== verda-server with its built-in simulated register"
+mkdir "$work/server"
+"$build/server/verda-server" --listen 127.0.0.1:0 --journal "$work/server/journal.db" \
+  >"$work/server.out" 2>"$work/server.log" &
+pids+=($!)
+url=""
+for _ in $(seq 100); do
+  url=$(grep -m1 -oE '^http://[0-9.:]+$' "$work/server.out" 2>/dev/null || true)
+  [ -n "$url" ] && break
+  sleep 0.1
+done
+[ -n "$url" ] || { echo "verda-server did not start:"; cat "$work/server.log"; exit 1; }
+echo "== verda-server listens on $url"
+show() {
+  echo
+  echo "\$ curl $*"
+  curl -sS "$@"
+  echo
+}
+until curl -sS "$url/devices/sim" | grep -q '"reading":{'; do sleep 0.1; done
+show -X POST -H 'Idempotency-Key: demo-shift' -d '' "$url/devices/sim/shift/open"
+receipt='{"cashier": "Иванова",
+  "lines": [{"name": "Хлеб", "price": 45.50, "quantity": 2, "discount": {"percent": 5}},
+            {"name": "Молоко", "price": 89.90}],
+  "payments": [{"mode": "cash", "amount": 1000.00}]}'
+show -X POST -H 'Idempotency-Key: demo-receipt' -H 'Content-Type: application/json' \
+  -d "$receipt" "$url/devices/sim/receipts"
+echo "(the same request again: the recorded answer, the register is not touched)"
+show -X POST -H 'Idempotency-Key: demo-receipt' -H 'Content-Type: application/json' \
+  -d "$receipt" "$url/devices/sim/receipts"
+show "$url/requests/demo-receipt"
+echo
+echo "== the server's paper:"
+curl -sS "$url/devices/sim/paper" | sed -n 's/.*"text":"\(.*\)"}$/\1/p' | sed 's/\\n/\n/g' | tail -n 22
+echo
+echo "== done; the simulator and the server stop"

@@ -2,18 +2,29 @@
 # Installs what the builds need on a Debian machine, then builds and tests the
 # library three ways: native x86-64, 32-bit x86 (tests under qemu-i386), and
 # native with AddressSanitizer and UndefinedBehaviorSanitizer. The tests of
-# each build include the checks of the exported symbols, the API reference and
-# the changelog. The native and 32-bit builds are then packaged as .deb files
+# each build include the checks of the exported symbols, the API reference,
+# the changelog and the files generated from capi/operations.txt; the native
+# build also runs the Python package's tests and compares the C interface with
+# its ABI baseline. The native and 32-bit builds are then packaged as .deb files
 # for amd64 and i386, and the packaged files are checked on their own: headers,
 # the examples built with pkg-config and with CMake, run against the packaged
-# simulator (scripts/check-installed.sh).
+# simulator, and the packaged verda-server started (scripts/check-installed.sh).
+# verda-server is built and tested in the native and sanitizer builds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 source scripts/packages.sh
 install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config help2man \
   libcli11-dev nlohmann-json3-dev \
-  clang libclang-rt-14-dev libbenchmark-dev  # the last three: the fuzz target and the benchmarks
+  clang libclang-rt-14-dev libbenchmark-dev \
+  abigail-tools python3 python3-pytest \
+  libcpp-httplib-dev libsqlite3-dev python3-requests python3-jsonschema prometheus curl \
+  chromium chromium-driver python3-selenium
+# clang to libbenchmark-dev: the fuzz targets and the benchmarks; abigail-tools:
+# the ABI check of the C interface; python3-pytest: the Python package's tests;
+# libcpp-httplib-dev to curl: verda-server, its tests over HTTP (prometheus for
+# promtool) and the check of its package; chromium to python3-selenium: the
+# web console's tests in a real browser
 
 jobs=${JOBS:-2}
 run() {

@@ -21,9 +21,10 @@ std::string requestKey(const wire::Request& request) {
 std::vector<Chunk> Link::receive(const char* bytes, size_t count) {
     std::vector<Chunk> out;
     reader_.feed(bytes, count);
+    hangingUp_ = false;
     wire::Request request;
     for (wire::RequestReader::Result r;
-         (r = reader_.next(request)) != wire::RequestReader::Nothing;) {
+         !hangingUp_ && (r = reader_.next(request)) != wire::RequestReader::Nothing;) {
         if (r == wire::RequestReader::Bad)
             out.push_back(Chunk{kNak, 0});
         else
@@ -53,6 +54,11 @@ void Link::answer(const wire::Request& request, std::vector<Chunk>& out) {
         lastReply_ = wire::replyFrame(request.seq, request.command & 0xFF, data, device_.status());
         lastRequest_ = key;
         changed_();
+        if (static_cast<int>(request.command) == hangUp_.command && ++hangUpSeen_ == hangUp_.nth) {
+            hangingUp_ = true;
+            reader_.clear();
+            return;
+        }
     }
     if (faults_.hit(rates.drop)) return;
     std::string reply = lastReply_;

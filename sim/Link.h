@@ -17,6 +17,15 @@
 
 namespace sim {
 
+// --hang-up-after: once per run, after the nth executed request of one
+// command, the connection is dropped (TCP) or the line falls silent for ms
+// (pty) instead of the reply. The register keeps what the command did.
+struct HangUp {
+    int command = -1;  // none
+    int nth = 1;
+    int ms = 3000;
+};
+
 // Bytes to write after a pause.
 struct Chunk {
     std::string bytes;
@@ -26,20 +35,26 @@ struct Chunk {
 class Link {
   public:
     // changed runs after each executed command, to keep the state.
-    Link(Register& device, Faults& faults, std::function<void()> changed)
-        : device_(device), faults_(faults), changed_(std::move(changed)) {}
+    Link(Register& device, Faults& faults, const HangUp& hangUp, std::function<void()> changed)
+        : device_(device), faults_(faults), hangUp_(hangUp), changed_(std::move(changed)) {}
 
     std::vector<Chunk> receive(const char* bytes, size_t count);
     // A new connection: no repeat can span it.
     void reset();
     bool pending() const { return reader_.pending(); }
     void dropPending() { reader_.clear(); }
+    // True once, right after the request that the hang-up waits for: its
+    // reply is withheld and the caller ends or silences the line.
+    bool hangingUp() const { return hangingUp_; }
 
   private:
     void answer(const wire::Request& request, std::vector<Chunk>& out);
 
     Register& device_;
     Faults& faults_;
+    HangUp hangUp_;
+    int hangUpSeen_ = 0;
+    bool hangingUp_ = false;
     std::function<void()> changed_;
     wire::RequestReader reader_;
     // The last executed request (sequence, command, data) and its reply.

@@ -3,6 +3,7 @@
 #include "common/Cp866.h"
 #include "common/Help.h"
 #include "sim/Text.h"
+#include "wire/Command.h"
 
 namespace sim {
 
@@ -47,7 +48,8 @@ const int kRateCount = sizeof kRates / sizeof kRates[0];
 // so that every bad value gets the same message.
 struct Typed {
     bool pty = false;
-    std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs;
+    std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs, hangUpAfter,
+                     hangUpMs;
     std::string rates[kRateCount];
 };
 
@@ -90,6 +92,52 @@ void declare(CLI::App& app, Options& o, Typed& t) {
         text(kRates[i].name, t.rates[i], "P",
              (std::string("chance 0..1 per reply that ") + kRates[i].what).c_str());
     text("--delay-ms", t.delayMs, "N", "length of a delay (default 100)");
+    text("--hang-up-after", t.hangUpAfter, "NAME[:N]",
+         "once the Nth request (default 1) of the command NAME\n"
+         "(an operation's name or the command's number) has\n"
+         "been executed, hang up instead of replying (TCP), or\n"
+         "fall silent (pty); once per run, the register keeps\n"
+         "the effect. Operations that share a number share the\n"
+         "count");
+    text("--hang-up-ms", t.hangUpMs, "N", "how long a pty stays silent (default 3000)");
+}
+
+// The operations that --hang-up-after knows by name, with their command.
+#define VERDA_SIM_COMMAND(name) \
+    { #name, wire::Command::name }
+const struct {
+    const char* name;
+    wire::Command command;
+} kCommandNames[] = {
+    VERDA_SIM_COMMAND(OpenFiscalInv),   {"OpenShift", wire::Command::OpenFiscalInv},
+    VERDA_SIM_COMMAND(RegisterSale),    VERDA_SIM_COMMAND(RegisterArticleSale),
+    VERDA_SIM_COMMAND(Subtotal),        VERDA_SIM_COMMAND(Total),
+    VERDA_SIM_COMMAND(CloseFiscalInv),  VERDA_SIM_COMMAND(CancelFiscalInv),
+    VERDA_SIM_COMMAND(PrintReport),     VERDA_SIM_COMMAND(ParishOrConsumption),
+    VERDA_SIM_COMMAND(OpenServiceInv),  VERDA_SIM_COMMAND(PrintFreeTextInServiceInv),
+    VERDA_SIM_COMMAND(CloseServiceInv), VERDA_SIM_COMMAND(OpenCashDrawer),
+    VERDA_SIM_COMMAND(SetDateTime),     VERDA_SIM_COMMAND(GetStatusShift),
+    VERDA_SIM_COMMAND(DiagnosticInfo),  VERDA_SIM_COMMAND(CheckConnection),
+};
+#undef VERDA_SIM_COMMAND
+
+// NAME[:N], NAME an operation of kCommandNames or a command number.
+bool hangUpAfter(const std::string& text, HangUp& hangUp) {
+    const size_t colon = text.find(':');
+    const std::string name = text.substr(0, colon);
+    long long n = 1;
+    if (colon != std::string::npos && !number(text.substr(colon + 1), 1, 1000000, n)) return false;
+    hangUp.nth = static_cast<int>(n);
+    if (number(name, 0, 255, n)) {
+        hangUp.command = static_cast<int>(n);
+        return true;
+    }
+    for (const auto& entry : kCommandNames)
+        if (name == entry.name) {
+            hangUp.command = static_cast<int>(wire::number(entry.command));
+            return true;
+        }
+    return false;
 }
 
 }  // namespace
@@ -159,6 +207,12 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
     if (app.count("--delay-ms") != 0) {
         if (!number(t.delayMs, 0, 60000, n)) return bad("--delay-ms", t.delayMs);
         o.faults.delayMs = static_cast<int>(n);
+    }
+    if (app.count("--hang-up-after") != 0 && !hangUpAfter(t.hangUpAfter, o.hangUp))
+        return bad("--hang-up-after", t.hangUpAfter);
+    if (app.count("--hang-up-ms") != 0) {
+        if (!number(t.hangUpMs, 0, 600000, n)) return bad("--hang-up-ms", t.hangUpMs);
+        o.hangUp.ms = static_cast<int>(n);
     }
     for (int i = 0; i < kRateCount; ++i)
         if (app.count(kRates[i].name) != 0 && !rate(t.rates[i], o.faults.*kRates[i].rate))

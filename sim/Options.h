@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "sim/Faults.h"
+#include "sim/Link.h"
 #include "sim/State.h"
 
 namespace sim {
@@ -22,7 +23,8 @@ struct Options {
     std::string serial;         // of a fresh register; empty keeps the default
     FaultRates faults;
     unsigned int seed = 1;
-    long baud = 0;         // 0: no pacing
+    long baud = 0;  // 0: no pacing
+    HangUp hangUp;
     bool help = false;     // --help: show usage() and stop
     bool version = false;  // --version
 };

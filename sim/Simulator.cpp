@@ -49,7 +49,7 @@ bool Simulator::start(std::string& error) {
     paper_.reset(new Paper(paperFile_));
     device_.reset(new Register(options_.identity, state_, *paper_));
     faults_.reset(new Faults(options_.faults, options_.seed));
-    link_.reset(new Link(*device_, *faults_, [this] { persist(); }));
+    link_.reset(new Link(*device_, *faults_, options_.hangUp, [this] { persist(); }));
     if (pipe(stopPipe_) != 0) {
         error = systemError("pipe");
         return false;
@@ -139,6 +139,7 @@ void Simulator::accept() {
 
 bool Simulator::run(std::string& error) {
     auto lastBytes = std::chrono::steady_clock::now();
+    auto silentUntil = lastBytes;
     for (;;) {
         pollfd fds[3] = {{stopPipe_[0], POLLIN, 0}, {fd_, POLLIN, 0}, {listenFd_, POLLIN, 0}};
         const int ready = poll(fds, 3, 200);
@@ -151,9 +152,14 @@ bool Simulator::run(std::string& error) {
         if (fd_ >= 0 && (fds[1].revents & (POLLIN | POLLHUP | POLLERR))) {
             char bytes[4096];
             const ssize_t got = read(fd_, bytes, sizeof bytes);
-            if (got > 0) {
+            if (got > 0 && std::chrono::steady_clock::now() < silentUntil) {
+                // --hang-up-after on a pty: what arrives meanwhile is lost
+            } else if (got > 0) {
                 lastBytes = std::chrono::steady_clock::now();
                 send(fd_, link_->receive(bytes, static_cast<size_t>(got)));
+                if (link_->hangingUp() && listenFd_ >= 0) endpoint::closeFd(fd_);
+                if (link_->hangingUp() && listenFd_ < 0)
+                    silentUntil = lastBytes + std::chrono::milliseconds(options_.hangUp.ms);
             } else if (listenFd_ >= 0) {
                 endpoint::closeFd(fd_);  // the client hung up
             } else {

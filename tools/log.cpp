@@ -26,8 +26,12 @@ void logrotate(std::string path, std::string line) {
         std::cerr << "Error: " << strerror(errno) << " " << path << std::endl;
         return;
     }
+    // The reentrant forms give the same text; handles of the C interface log
+    // from several threads at once.
     time_t now = time(nullptr);
-    std::string stamp = asctime(localtime(&now));
+    tm parts;
+    char text[64];
+    std::string stamp = asctime_r(localtime_r(&now, &parts), text);
     stamp.erase(stamp.size() - 1);  // asctime's newline
     file << "[" << stamp << "] " << line << "\n";
     file.flush();

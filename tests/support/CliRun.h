@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/DeadPort.h"
 #include "support/TestLog.h"
 
 struct CliResult {
@@ -18,8 +19,5 @@ struct CliResult {
 // The tool with args; its library log goes to logDir instead of the home
 // directory. The library's own lines on standard output are dropped.
 CliResult runCli(const std::vector<std::string>& args, const std::string& logDir);
-
-// "127.0.0.1:PORT" of a TCP port on which nothing listens.
-std::string deadAddress();
 
 #endif

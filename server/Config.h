@@ -1,0 +1,53 @@
+#ifndef VERDA_SERVER_CONFIG_H
+#define VERDA_SERVER_CONFIG_H
+
+// The server's settings: the configuration file (JSON with comments), then
+// the command line over it.
+
+#include <string>
+#include <vector>
+
+namespace server {
+
+// Who the server acts as on a register, when a request names nobody.
+struct Operator {
+    int code = 1;
+    std::string password = "1";
+    std::string name;  // empty: the register's own name for the operator
+    int till = 1;
+};
+
+struct DeviceConfig {
+    std::string id;
+    enum Kind { Simulated, Tcp, Serial } kind = Simulated;
+    std::string host;  // tcp
+    int port = 0;      // tcp
+    std::string path;  // serial
+    int baud = 115200;
+    int timeout = 0;  // the library's units; 0: the library's default
+    Operator op;
+    std::string transport() const;  // as written: sim, tcp:HOST:PORT, serial:PATH@BAUD
+};
+
+struct Config {
+    std::string listenHost = "127.0.0.1";
+    int listenPort = 8035;
+    std::string token;
+    std::string journal = "verda-server.db";
+    int deadlineMs = 30000;    // how long a request may wait for its register
+    int refreshMs = 2000;      // how often an idle register's status is read
+    int readTimeoutMs = 5000;  // a client that sends nothing for this long is dropped
+    int httpThreads = 128;     // connections served at once
+    std::vector<DeviceConfig> devices;
+};
+
+// Reads a file into config; false with a message naming the key or line.
+bool loadConfig(const std::string& path, Config& config, std::string& error);
+// ID=tcp:HOST:PORT, ID=serial:PATH[@BAUD] or ID=sim.
+bool parseDevice(const std::string& text, DeviceConfig& device, std::string& error);
+// HOST:PORT.
+bool parseListen(const std::string& text, std::string& host, int& port);
+
+}  // namespace server
+
+#endif

@@ -1,0 +1,71 @@
+#include "Device.h"
+
+#include <sys/stat.h>
+
+#include "Metrics.h"
+#include "api/ResultCodes.h"
+
+namespace server {
+
+Device::Device(const DeviceConfig& config, const std::string& logDir, Metrics& metrics)
+    : config_(config), metrics_(metrics), handle_(verda_device_new()) {
+    if (handle_ == nullptr) throw std::bad_alloc();
+    // Each register logs into a folder of its own, so that the library's
+    // lines of two registers never mix.
+    mkdir(logDir.c_str(), 0755);
+    verda_set_log_dir(handle_, logDir.c_str());
+    if (config.timeout > 0) verda_set_timeout(handle_, config.timeout);
+}
+
+Device::~Device() {
+    verda_device_free(handle_);
+}
+
+bool Device::open(const std::string& host, int port, std::string& error) {
+    close();
+    const int result = config_.kind == DeviceConfig::Serial
+                           ? verda_open_serial(handle_, config_.path.c_str(), config_.baud)
+                           : verda_open_socket(handle_, host.c_str(), port);
+    if (result != 0) {
+        error = std::string("cannot open ") + config_.transport() + ": " + verda_error_text(result);
+        verda_close(handle_);
+        return false;
+    }
+    open_ = true;
+    try {
+        VERDA_CALL0(*this, PrinterInit);
+        char name[128] = "", revision[32] = "", date[32] = "", time[32] = "", sum[32] = "",
+             software[32] = "", number[64] = "";
+        VERDA_CALL(*this, DiagnosticInfo, name, sizeof name, revision, sizeof revision, date,
+                   sizeof date, time, sizeof time, sum, sizeof sum, software, sizeof software,
+                   number, sizeof number);
+        model = name;
+        firmware = revision;
+        serial = number;
+    } catch (const LinkLost& lost) {
+        error = "no answer from the register (" + lost.operation + ")";
+        return false;
+    } catch (const Refused& refused) {
+        error = refused.operation + ": " + refused.text;
+        close();
+        return false;
+    }
+    return true;
+}
+
+void Device::close() {
+    if (open_) verda_close(handle_);
+    open_ = false;
+}
+
+void Device::check(const char* operation, int result) {
+    metrics_.exchange(config_.id, result == VERDA_EXCHANGE_FAILED);
+    if (result == 0) return;
+    if (result == VERDA_EXCHANGE_FAILED) {
+        close();
+        throw LinkLost{operation};
+    }
+    throw Refused{result, verda_error_text(result), operation};
+}
+
+}  // namespace server

@@ -1,0 +1,28 @@
+#ifndef VERDA_SERVER_GENERIC_H
+#define VERDA_SERVER_GENERIC_H
+
+// Any operation of the library by its name, from the C interface's one
+// description of every operation: POST /devices/{id}/operations/{Name} and
+// GET /operations.
+
+#include <functional>
+#include <string>
+
+#include "Operations.h"
+
+namespace server {
+
+// The operations with their parameters, as the C interface describes them.
+json listOperations();
+// The journal's kind of a call of the operation: "operation:Name".
+std::string operationKind(const std::string& name);
+// Whether the operation sends a command that may fiscalise a document.
+bool operationMayFiscalise(const std::string& kind);
+// Checks the inputs (a JSON object by parameter name) against the
+// operation's description and gives the call to run; BadInput otherwise.
+// An unknown name is BadInput of the field "name".
+std::function<json(Run&)> prepareCall(const std::string& name, const json& inputs);
+
+}  // namespace server
+
+#endif

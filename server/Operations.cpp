@@ -1,0 +1,437 @@
+#include "Operations.h"
+
+#include <cmath>
+
+#include "Generic.h"
+
+namespace server {
+
+namespace {
+
+const int kNoArticle = 111004;  // the register's "no such article", which ends a walk
+
+// Amounts as the register counts them: kopecks.
+double money(double value) {
+    return std::round(value * 100) / 100;
+}
+
+char taxCode(int tax) {
+    return static_cast<char>('0' + tax);
+}
+
+const Operator& op(Device& device) {
+    return device.config().op;
+}
+
+std::string cashierOf(Device& device, const std::string& cashier) {
+    return cashier.empty() ? op(device).name : cashier;
+}
+
+// The fiscal drive's last document number.
+int lastFiscalDocument(Device& d) {
+    bool shiftOpen = false, over24h = false;
+    int shift = 0, document = 0, unsent = 0, firstUnsent = 0;
+    char since[64] = "";
+    VERDA_CALL(d, GetOFDandFNStatus, &shiftOpen, &over24h, &shift, &document, &unsent, &firstUnsent,
+               since, sizeof since);
+    return document;
+}
+
+struct CashTotals {
+    double cash = 0, in = 0, out = 0;
+};
+
+// Cash in the drawer and put in and taken out in this shift: an amount of 0
+// only asks.
+CashTotals cashTotals(Device& d) {
+    CashTotals t;
+    VERDA_CALL(d, ParishOrConsumption, '0', 0.0, &t.cash, &t.in, &t.out);
+    return t;
+}
+
+}  // namespace
+
+// Refusals are ignored: there may be nothing to close.
+void freeRegister(Device& d) {
+    char open = 0;
+    int number = 0, items = 0;
+    double amount = 0, paid = 0;
+    VERDA_CALL(d, FiscalTransactionsStatus, &open, &number, &items, &amount, &paid);
+    int slip = 0;
+    try {
+        if (open == '1') VERDA_CALL(d, CancelFiscalInv, &slip);
+        if (open == '2') VERDA_CALL(d, CloseServiceInv, &slip);
+    } catch (const Refused&) {
+    }
+}
+
+namespace {
+
+// After a refusal half way, the open receipt is cancelled; a link lost
+// meanwhile leaves it to the settlement.
+void cancelAfterRefusal(Device& d) {
+    int slip = 0;
+    try {
+        VERDA_CALL(d, CancelFiscalInv, &slip);
+    } catch (const Refused&) {
+    }
+}
+
+// A document of the electronic journal: its number, shift, time, kind and lines.
+json journalDocument(Device& d, int number, bool byFiscalNumber) {
+    int document = 0, shift = 0, lines = 0;
+    char time[64] = "", kind = 0;
+    VERDA_CALL(d, GetInfoFromEJ0, number, byFiscalNumber ? '1' : '0', &document, &shift, time,
+               sizeof time, &kind, &lines);
+    json out = {{"number", document},
+                {"shift", shift},
+                {"time", time},
+                {"kind", std::string(1, kind)},
+                {"lines", json::array()}};
+    for (int i = 0; i < lines; ++i) {
+        char line[512] = "";
+        VERDA_CALL(d, GetInfoFromEJ1, line, sizeof line);
+        out["lines"].push_back(line);
+    }
+    return out;
+}
+
+// The fiscal sign printed at the foot of a fiscal document: "ФП " and digits.
+std::string signOf(const json& document) {
+    static const std::string kMark = "ФП ";
+    for (const auto& line : document["lines"]) {
+        const std::string text = line.get<std::string>();
+        const size_t at = text.rfind(kMark);
+        if (at == std::string::npos) continue;
+        const size_t from = at + kMark.size();
+        const size_t to = text.find_first_not_of("0123456789", from);
+        return text.substr(from, to == std::string::npos ? std::string::npos : to - from);
+    }
+    return "";
+}
+
+json committed(json answer) {
+    answer["state"] = state::kCommitted;
+    return answer;
+}
+
+json reportAnswer(char type, int number, int document, int sign, const double (&sums)[24]) {
+    json answer = {{"report", number}, {"document", document == 0 ? json() : json(document)}};
+    if (document != 0) answer["sign"] = std::to_string(sign);
+    const char* const names[] = {"sales", "returns", "purchases", "purchase_returns"};
+    for (int k = 0; k < 4; ++k) {
+        answer[names[k]] = json::array();
+        for (int g = 0; g < 6; ++g) answer[names[k]].push_back(money(sums[k * 6 + g]));
+    }
+    answer["type"] = std::string(1, type);
+    return committed(answer);
+}
+
+}  // namespace
+
+json witnessOfAny(Device& d) {
+    const CashTotals cash = cashTotals(d);
+    return {
+        {"fiscal_document", lastFiscalDocument(d)}, {"cash_in", cash.in}, {"cash_out", cash.out}};
+}
+
+bool mayFiscalise(const std::string& kind) {
+    return operationMayFiscalise(kind) || kind == "receipt" || kind == "shift-open" ||
+           kind == "z-report" || kind == "cash-in" || kind == "cash-out";
+}
+
+json runReceipt(Run& run, const ReceiptOrder& order) {
+    Device& d = run.device;
+    run.sent({{"fiscal_document", lastFiscalDocument(d)}});
+    int slip = 0, document = 0, shift = 0;
+    const Operator& o = op(d);
+    VERDA_CALL(d, OpenFiscalInv, o.code, o.password.c_str(), o.till, order.type, "", "",
+               cashierOf(d, order.cashier).c_str(), "", &slip, &document, &shift);
+    double total = 0, change = 0;
+    size_t index = 0;
+    try {
+        for (index = 0; index < order.lines.size(); ++index) {
+            const SaleLine& line = order.lines[index];
+            int at = 0;
+            if (line.article != 0)
+                VERDA_CALL(d, RegisterArticleSale, line.article, line.quantity,
+                           line.adjustment.kind, line.adjustment.value, &at);
+            else
+                VERDA_CALL(d, RegisterSale, line.name.c_str(), taxCode(line.tax), line.price,
+                           line.quantity, 0, line.department, line.adjustment.kind,
+                           line.adjustment.value, 0.0, 0.0, 0, 0, &at);
+        }
+        for (const std::string& text : order.text)
+            VERDA_CALL(d, PrintFreeTextInFiscalInv, text.c_str(), '0', '0', '0', '0', '0', '0');
+        double taxes[6] = {0};
+        VERDA_CALL(d, Subtotal, '1', '0', order.adjustment.kind, order.adjustment.value, &slip,
+                   &total, &taxes[0], &taxes[1], &taxes[2], &taxes[3], &taxes[4], &taxes[5]);
+        std::vector<Payment> payments = order.payments;
+        if (payments.empty()) payments.push_back(Payment{0, 0});  // cash, what is due
+        for (const Payment& payment : payments) {
+            char status = 0;
+            double left = 0;
+            VERDA_CALL(d, Total, payment.mode, payment.amount, '1', &status, &left, &slip);
+            // "R": paid in full with change.
+            change = status == 'R' ? left : 0;
+        }
+    } catch (const Refused& refusal) {
+        cancelAfterRefusal(d);
+        if (index < order.lines.size()) throw LineRefused{refusal, static_cast<int>(index)};
+        throw;
+    }
+    run.step("closing", {{"receipt", slip}, {"total", money(total)}, {"change", money(change)}});
+    run.fiscal = true;
+    int fiscalDocument = 0;
+    char sign[64] = "";
+    try {
+        VERDA_CALL(d, CloseFiscalInv, &slip, &fiscalDocument, sign, sizeof sign, &document, &shift);
+    } catch (const Refused&) {
+        cancelAfterRefusal(d);
+        throw;
+    }
+    return committed({{"receipt", slip},
+                      {"document", fiscalDocument},
+                      {"sign", sign},
+                      {"shift", shift},
+                      {"total", money(total)},
+                      {"change", money(change)}});
+}
+
+json runShiftOpen(Run& run, const std::string& cashier) {
+    Device& d = run.device;
+    run.sent({{"fiscal_document", lastFiscalDocument(d)}});
+    const Operator& o = op(d);
+    int document = 0, sign = 0, shift = 0;
+    run.fiscal = true;
+    VERDA_CALL(d, OpenShift, o.code, o.password.c_str(), o.till, "", "",
+               cashierOf(d, cashier).c_str(), "", &document, &sign, &shift);
+    return committed({{"document", document}, {"sign", std::to_string(sign)}, {"shift", shift}});
+}
+
+json runReport(Run& run, char type) {
+    Device& d = run.device;
+    run.sent(type == 'Z' ? json{{"fiscal_document", lastFiscalDocument(d)}} : json());
+    run.fiscal = type == 'Z';
+    int number = 0, document = 0, sign = 0;
+    double s[24] = {0};
+    VERDA_CALL(d, PrintReport, type, &number, &document, &sign, &s[0], &s[1], &s[2], &s[3], &s[4],
+               &s[5], &s[6], &s[7], &s[8], &s[9], &s[10], &s[11], &s[12], &s[13], &s[14], &s[15],
+               &s[16], &s[17], &s[18], &s[19], &s[20], &s[21], &s[22], &s[23]);
+    return reportAnswer(type, number, document, sign, s);
+}
+
+json runCash(Run& run, bool in, double amount) {
+    Device& d = run.device;
+    const CashTotals before = cashTotals(d);
+    run.sent({{"cash_in", before.in}, {"cash_out", before.out}});
+    run.fiscal = true;
+    CashTotals after;
+    VERDA_CALL(d, ParishOrConsumption, in ? '0' : '1', amount, &after.cash, &after.in, &after.out);
+    return committed({{"amount", money(amount)},
+                      {"cash", money(after.cash)},
+                      {"cash_in", money(after.in)},
+                      {"cash_out", money(after.out)}});
+}
+
+json runText(Run& run, const std::vector<std::string>& lines) {
+    Device& d = run.device;
+    run.sent(nullptr);
+    int slip = 0;
+    VERDA_CALL(d, OpenServiceInv, '0', &slip);
+    try {
+        for (const std::string& line : lines)
+            VERDA_CALL(d, PrintFreeTextInServiceInv, line.c_str(), '0', '0', '0', '0', '0', '0');
+    } catch (const Refused&) {
+        freeRegister(d);
+        throw;
+    }
+    VERDA_CALL(d, CloseServiceInv, &slip);
+    return committed({{"document", slip}});
+}
+
+json runDrawer(Run& run) {
+    run.sent(nullptr);
+    VERDA_CALL(run.device, OpenCashDrawer, 0);
+    return committed(json::object());
+}
+
+json runSetClock(Run& run, const std::string& datetime) {
+    run.sent(nullptr);
+    VERDA_CALL(run.device, SetDateTime, datetime.c_str());
+    return committed({{"datetime", datetime}});
+}
+
+json runPutArticle(Run& run, int code, const ArticleOrder& a) {
+    run.sent(nullptr);
+    VERDA_CALL(run.device, PrgAndReadArticleP, code, taxCode(a.tax), a.department, a.group, '0',
+               a.price, '0', a.quantity, a.barcode.c_str(), "", "", "", a.name.c_str(), "", "", "",
+               "", 0, 0);
+    return committed({{"code", code}});
+}
+
+json runDeleteArticle(Run& run, int code) {
+    run.sent(nullptr);
+    VERDA_CALL(run.device, PrgAndReadArticleD, code, code);
+    return committed({{"code", code}});
+}
+
+json readClock(Device& d) {
+    char datetime[64] = "";
+    VERDA_CALL(d, GetDateTime, datetime, sizeof datetime);
+    return {{"datetime", datetime}};
+}
+
+json readJournalDocument(Device& d, int number, bool byFiscalNumber) {
+    json document = journalDocument(d, number, byFiscalNumber);
+    const std::string sign = signOf(document);
+    if (!sign.empty()) document["sign"] = sign;
+    return document;
+}
+
+// The walk of the database: the first record, then each next one, until the
+// register says there is none (or the codes stop rising).
+json readArticles(Device& d) {
+    json out = json::array();
+    int previous = 0;
+    for (bool first = true;; first = false) {
+        int code = 0, department = 0, group = 0;
+        char tax = 0, priceType = 0;
+        double price = 0, stock = 0, sold = 0, turnover = 0;
+        char bars[4][32] = {"", "", "", ""}, name[160] = "";
+        const int result =
+            first ? verda_PrgAndReadArticleF(
+                        d.handle(), &code, &tax, &department, &group, &priceType, &price, &stock,
+                        &sold, &turnover, bars[0], sizeof bars[0], bars[1], sizeof bars[1], bars[2],
+                        sizeof bars[2], bars[3], sizeof bars[3], name, sizeof name)
+                  : verda_PrgAndReadArticleN(
+                        d.handle(), &code, &tax, &department, &group, &priceType, &price, &stock,
+                        &sold, &turnover, bars[0], sizeof bars[0], bars[1], sizeof bars[1], bars[2],
+                        sizeof bars[2], bars[3], sizeof bars[3], name, sizeof name);
+        if (result == kNoArticle) break;
+        d.check(first ? "PrgAndReadArticleF" : "PrgAndReadArticleN", result);
+        if (code <= previous) break;
+        previous = code;
+        json article = {{"code", code},
+                        {"name", name},
+                        {"price", money(price)},
+                        {"tax", tax - '0'},
+                        {"department", department},
+                        {"group", group},
+                        {"stock", stock},
+                        {"sold", sold},
+                        {"turnover", money(turnover)}};
+        if (bars[0][0] != 0) article["barcode"] = bars[0];
+        out.push_back(article);
+    }
+    return out;
+}
+
+json settle(Device& d, const Request& r) {
+    const json& w = r.witness;
+    if (r.state == state::kReceived || w.is_null()) {
+        // Nothing was sent before the witness was written; for a kind that
+        // writes none, what was sent cannot have fiscalised anything.
+        if (r.state != state::kReceived) freeRegister(d);
+        return nullptr;
+    }
+    if (w.contains("cash_in") && w.contains("fiscal_document")) {
+        // An operation called by name: whether it moved either counter.
+        const CashTotals cash = cashTotals(d);
+        const bool moved = lastFiscalDocument(d) > w["fiscal_document"].get<int>() ||
+                           cash.in > w["cash_in"].get<double>() + 0.005 ||
+                           cash.out > w["cash_out"].get<double>() + 0.005;
+        if (!moved) {
+            freeRegister(d);
+            return nullptr;
+        }
+        return committed({{"settled", true}});
+    }
+    if (w.contains("fiscal_document")) {
+        const int before = w["fiscal_document"].get<int>();
+        if (lastFiscalDocument(d) <= before) {
+            freeRegister(d);
+            return nullptr;
+        }
+        // The next fiscal document is this request's: only this worker
+        // drives the register. Its sign and shift come from the electronic
+        // journal; a journal that will not tell leaves them unknown, and the
+        // request committed all the same.
+        json document = {{"shift", nullptr}, {"lines", json::array()}};
+        try {
+            document = journalDocument(d, before + 1, true);
+        } catch (const Refused&) {
+        }
+        json answer = {
+            {"document", before + 1}, {"sign", signOf(document)}, {"shift", document["shift"]}};
+        if (r.kind == "receipt") {
+            for (const Step& s : r.steps)
+                if (s.step == "closing")
+                    for (const char* key : {"receipt", "total", "change"})
+                        answer[key] = s.detail[key];
+        }
+        if (r.kind == "z-report") answer["report"] = document["shift"];
+        return committed(answer);
+    }
+    // Cash in or out: the shift's sums tell whether it was booked.
+    const CashTotals now = cashTotals(d);
+    const bool in = r.kind == "cash-in";
+    const double before = w[in ? "cash_in" : "cash_out"].get<double>();
+    const double amount = r.body["amount"].get<double>();
+    if ((in ? now.in : now.out) + 0.005 < before + amount) return nullptr;
+    return committed({{"amount", money(amount)},
+                      {"cash", money(now.cash)},
+                      {"cash_in", money(now.in)},
+                      {"cash_out", money(now.out)}});
+}
+
+json readStatus(Device& d) {
+    bool shiftOpen = false, over24h = false;
+    int shiftMinutes = 0;
+    VERDA_CALL(d, GetStatusShift, &shiftOpen, &over24h, &shiftMinutes);
+    char open = 0;
+    int number = 0, items = 0;
+    double amount = 0, paid = 0;
+    VERDA_CALL(d, FiscalTransactionsStatus, &open, &number, &items, &amount, &paid);
+    char version[32] = "", fn[32] = "", phase[16] = "", shiftState[16] = "", warnings[16] = "",
+         deadline[32] = "", registrations[16] = "";
+    int shift = 0, receipts = 0, lastDocument = 0, firstUnsent = 0;
+    VERDA_CALL(d, GetStateFN, '1', version, sizeof version, fn, sizeof fn, phase, sizeof phase,
+               shiftState, sizeof shiftState, warnings, sizeof warnings, deadline, sizeof deadline,
+               registrations, sizeof registrations, &shift, &receipts, &lastDocument, &firstUnsent);
+    bool s1 = false, s2 = false;
+    int shift2 = 0, document = 0, unsent = 0, first = 0;
+    char since[64] = "";
+    VERDA_CALL(d, GetOFDandFNStatus, &s1, &s2, &shift2, &document, &unsent, &first, since,
+               sizeof since);
+    return {
+        {"shift",
+         {{"open", shiftOpen},
+          {"number", shift},
+          {"over_24h", over24h},
+          {"minutes", shiftOpen ? json(shiftMinutes) : json()},
+          {"receipts", receipts}}},
+        {"document",
+         {{"open", open == '1'   ? "receipt"
+                   : open == '2' ? "service"
+                                 : "none"},
+          {"number", open == '1' || open == '2' ? json(number) : json()},
+          {"lines", items},
+          {"total", money(amount)},
+          {"paid", money(paid)}}},
+        {"fiscal_drive",
+         {{"number", fn},
+          {"version", version},
+          {"phase", phase},
+          {"deadline", deadline},
+          {"warnings", warnings},
+          {"registrations_left", registrations},
+          {"last_document", lastDocument}}},
+        {"unsent",
+         {{"count", unsent},
+          {"first", unsent > 0 ? json(first) : json()},
+          {"since", unsent > 0 ? json(since) : json()}}},
+    };
+}
+
+}  // namespace server
