@@ -6,31 +6,23 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "sim/Simulator.h"
 #include "support/CliRun.h"
+#include "support/Sim.h"
 
 namespace {
 
 class CliSim : public ::testing::Test {
   protected:
     void SetUp() override {
+        sim::Options options;
         std::string error;
         ASSERT_TRUE(
             sim::parseOptions({"--tcp", "0", "--paper", home.path() + "paper.txt"}, options, error))
             << error;
-        simulator.reset(new sim::Simulator(options));
-        ASSERT_TRUE(simulator->start(error)) << error;
-        server = std::thread([this] {
-            std::string ignored;
-            simulator->run(ignored);
-        });
-    }
-    void TearDown() override {
-        simulator->stop();
-        if (server.joinable()) server.join();
+        simulator.reset(new RunningSimulator(options));
+        ASSERT_TRUE(simulator->started());
     }
 
     CliResult verda(std::vector<std::string> args) {
@@ -50,9 +42,7 @@ class CliSim : public ::testing::Test {
     }
 
     TempDir home;
-    sim::Options options;
-    std::unique_ptr<sim::Simulator> simulator;
-    std::thread server;
+    std::unique_ptr<RunningSimulator> simulator;
 };
 
 // The value on the line of a label, in the tool's "label   value" output.

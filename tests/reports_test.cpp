@@ -60,7 +60,7 @@ TEST_P(Reports, ZAndXReportsAnswerInTheReversedSense) {
     EXPECT_TRUE(VERDA::PrintXReport());
     EXPECT_EQ(g_ResultCode, 0);
     EXPECT_EQ(vr35->errorCode, 7);
-    EXPECT_EQ(sentData(), (Lines{"Z\t", "X\t", "X\t"}));
+    EXPECT_EQ(sent(), (std::vector<Sent>{{0x45, "Z\t"}, {0x45, "X\t"}, {0x45, "X\t"}}));
     EXPECT_EQ(log()[0], "Start PrintReport();");
 }
 

@@ -5,7 +5,6 @@
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
 #include "device/VR35.h"
-#include "support/Requests.h"
 #include "support/TestLog.h"
 
 using testing_device::reply;
@@ -35,7 +34,7 @@ TEST_P(DeviceInfo, StatusPictureRunsFromBitSevenOfEachByte) {
         EXPECT_EQ(bits, c.second);
         EXPECT_EQ(log().back(), "GetStatusFP(StatusBytes=" + c.second + ");");
     }
-    EXPECT_EQ(sentRequests(*device).back(), Sent(0x4A, ""));
+    EXPECT_EQ(sent().back(), Sent(0x4A, ""));
 }
 
 TEST_P(DeviceInfo, DiagnosticInfoRefreshesTheDriverOnlyOnSuccess) {
@@ -45,7 +44,7 @@ TEST_P(DeviceInfo, DiagnosticInfoRefreshesTheDriverOnlyOnSuccess) {
     EXPECT_TRUE(VERDA::DiagnosticInfo(name, rev, date, time, sum, sw, number));
     EXPECT_EQ(name, "VR\x90");  // converted; nothing else is
     EXPECT_EQ(rev + date + time + sum + sw + number, "94412301.01.2612:00CSswN42");
-    EXPECT_EQ(sentRequests(*device), (std::vector<Sent>{{0x5A, "\t"}}));
+    EXPECT_EQ(sent(), (std::vector<Sent>{{0x5A, "\t"}}));
     EXPECT_EQ(log().back(),
               "DiagnosticInfo(Name=VR\x90,FwRev=944123,FwDate=01.01.26,FwTime=12:00,Checksum=CS,"
               "Sw=sw,DevNumber=N42);");
@@ -69,7 +68,7 @@ TEST_P(DeviceInfo, ProgrammingReadsIntoAnEmptyValueAndWritesAnyOther) {
     std::string empty;
     EXPECT_TRUE(VERDA::Programming("X", "", empty));
     EXPECT_EQ(empty, "");
-    EXPECT_EQ(sentRequests(*device), (std::vector<Sent>{{0xFF, "Dept_name\t4\t\t"},
+    EXPECT_EQ(sent(), (std::vector<Sent>{{0xFF, "Dept_name\t4\t\t"},
                                                         {0xFF, "Dept_name\t4\t\x8A?1\t"},
                                                         {0xFF, "X\t\t\t"}}));
     EXPECT_EQ(log()[1], "Programming(Name=Dept_name,Index=4,read Value=\x9A\xB0);");
@@ -83,7 +82,7 @@ TEST_P(DeviceInfo, TaxInspectorPasswordIsMaskedInTheLogOnly) {
     std::string password = "1234";
     device->replyAlways("-9\t");
     EXPECT_FALSE(VERDA::Programming("TaxInspPass", "1", password));
-    EXPECT_EQ(sentRequests(*device).back(), Sent(0xFF, "TaxInspPass\t1\t1234\t"));
+    EXPECT_EQ(sent().back(), Sent(0xFF, "TaxInspPass\t1\t1234\t"));
     EXPECT_EQ(log(), (std::vector<std::string>{
                          "Start Programming();", "Programming(Name=XXXX,Index=0,readValue=XXXX);",
                          "Start Programming();",
@@ -111,7 +110,7 @@ TEST_P(DeviceInfo, FreeTextLineIsWiderOnlyOnTheWideModel) {
     device->replyAlways("0\t");
     vr35->model = "ВЕРДА 700V-Ф";
     EXPECT_TRUE(VERDA::PrintFreeTextInFiscalInv(std::string(60, 'w'), 0, 0, 0, 0, 0, 0));
-    EXPECT_EQ(sentRequests(*device).back().second.find('\t'), 48u);
+    EXPECT_EQ(sent().back().second.find('\t'), 48u);
 }
 
 TEST_P(DeviceInfo, PrinterInitReadsDecimalPlacesThenTheIdentity) {
@@ -120,7 +119,7 @@ TEST_P(DeviceInfo, PrinterInitReadsDecimalPlacesThenTheIdentity) {
     EXPECT_TRUE(VERDA::PrinterInit());
     EXPECT_EQ(vr35->decimalPlaces, 2);  // the low byte of 258
     EXPECT_EQ(vr35->firmwareRevision, 944123);
-    EXPECT_EQ(sentRequests(*device),
+    EXPECT_EQ(sent(),
               (std::vector<Sent>{{0xFF, "DecimalPoint\t0\t\t"}, {0x5A, "\t"}}));
 
     next("0\tx\t");  // does not parse: 0, and the identity is still read
@@ -133,7 +132,7 @@ TEST_P(DeviceInfo, PrinterInitReadsDecimalPlacesThenTheIdentity) {
     next("");  // a failed read stops it
     EXPECT_FALSE(VERDA::PrinterInit());
     EXPECT_EQ(g_ResultCode, 100001);
-    EXPECT_EQ(sentRequests(*device).size(), 5u);
+    EXPECT_EQ(sent().size(), 5u);
 }
 
 VERDA_BOTH_TRANSPORTS(DeviceInfo);

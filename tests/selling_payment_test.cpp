@@ -7,7 +7,6 @@
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
 #include "device/VR35.h"
-#include "support/Requests.h"
 #include "support/TestLog.h"
 
 namespace {
@@ -26,7 +25,7 @@ TEST_P(Payment, SubtotalSendsADiscountOnlyWithAKind) {
     EXPECT_TRUE(VERDA::Subtotal('\0', '1', '%', 0, slip, sub, t1, t2, t3, t4, t5, t6));
     EXPECT_DOUBLE_EQ(t6, 6.25);
     EXPECT_EQ(
-        sentRequests(*device),
+        sent(),
         (std::vector<Sent>{{0x33, "1\t0\t\t\t"}, {0x33, std::string("\0\t1\t%\t0.00\t", 11)}}));
     EXPECT_EQ(log()[1],
               "Subtotal(Print='1',Display='0',DiscountType='0',DiscountValue=5.00,SlipNumber=3,"
@@ -54,7 +53,7 @@ TEST_P(Payment, TotalReadsThePaymentOnlyForAKnownStatus) {
         double newAmount = -1;
         int slip = -1;
         EXPECT_TRUE(VERDA::Total('1', 10, c.change, status, newAmount, slip)) << c.reply;
-        EXPECT_EQ(sentRequests(*device).back(), Sent(0x35, c.request));
+        EXPECT_EQ(sent().back(), Sent(0x35, c.request));
         EXPECT_EQ(status, c.status);
         EXPECT_DOUBLE_EQ(newAmount, c.newAmount);
         EXPECT_EQ(slip, c.slip);
@@ -66,7 +65,7 @@ TEST_P(Payment, TotalReadsThePaymentOnlyForAKnownStatus) {
     double newAmount;
     int slip;
     VERDA::Total('\x80', 1, 'n', status, newAmount, slip);  // the byte's sign goes along
-    EXPECT_EQ(sentRequests(*device).back(), Sent(0x35, "-128\t1.00\t"));
+    EXPECT_EQ(sent().back(), Sent(0x35, "-128\t1.00\t"));
 }
 
 // A failed exchange and a refusal leave the same outputs: cleared where the

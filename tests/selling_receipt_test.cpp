@@ -4,7 +4,6 @@
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
 #include "device/VR35.h"
-#include "support/Requests.h"
 #include "support/TestLog.h"
 
 using testing_device::reply;
@@ -42,7 +41,7 @@ TEST_P(Receipts, OpeningRequestFollowsOperatorNameInnAndFirmware) {
         int slip = 0, doc = 0, shift = 0;
         EXPECT_TRUE(VERDA::OpenFiscalInv(c.OpCode, "pw", 1, 2, "buyer", "osn", c.OperName,
                                          c.OperInn, slip, doc, shift));
-        EXPECT_EQ(sentRequests(*device).back(), Sent(0x30, c.request)) << c.OperName;
+        EXPECT_EQ(sent().back(), Sent(0x30, c.request)) << c.OperName;
         EXPECT_EQ(slip * 10000 + doc * 100 + shift, 111213);
     }
     EXPECT_EQ(log()[5],
@@ -60,9 +59,9 @@ TEST_P(Receipts, OnlyOpenShiftReadsTheNumbersOfAShiftOpening) {
     EXPECT_EQ(fd, 11);
     EXPECT_EQ(signFP, 12);
     EXPECT_EQ(shift, 13);
-    const auto sent = sentRequests(*device);
-    EXPECT_EQ(sent[0], Sent(0x30, "5\tpw\t1\t4\tb\tv\t\t"));
-    EXPECT_EQ(sent[1], sent[0]);
+    const auto requests = sent();
+    EXPECT_EQ(requests[0], Sent(0x30, "5\tpw\t1\t4\tb\tv\t\t"));
+    EXPECT_EQ(requests[1], requests[0]);
     EXPECT_EQ(log().back(),
               "OpenShift(OpCode=5,OpPwd=pw,TillNmb=1,Buyer=b,VatSystem=v,OperName=,OperInn=,"
               "nFD=11,SignFP=12,nShift=13);");
@@ -96,7 +95,7 @@ TEST_P(Receipts, SaleLineFieldsInWireOrder) {
         int slip = 0;
         EXPECT_TRUE(VERDA::RegisterSale(c.name, 'A', 1, 0.5, c.unit, 3, c.discountType,
                                         c.discountValue, c.discSum, 100, c.sign, c.signPay, slip));
-        EXPECT_EQ(sentRequests(*device).back(), Sent(0x31, c.request));
+        EXPECT_EQ(sent().back(), Sent(0x31, c.request));
         EXPECT_EQ(slip, 5);
     }
     EXPECT_EQ(log()[1],
@@ -112,7 +111,7 @@ TEST_P(Receipts, NamelessSaleTakesTheDepartmentNameAsReadBack) {
     EXPECT_TRUE(VERDA::RegisterSale("", '1', 10, 1, 0, 3, '0', 0, 0, 0, 0, 0, slip));
     EXPECT_EQ(slip, 6);
     // Sent on as Programming handed it back, not converted once more.
-    EXPECT_EQ(sentRequests(*device),
+    EXPECT_EQ(sent(),
               (std::vector<Sent>{
                   {0xFF, "Dept_name\t2\t\t"},
                   {0x31, "\x9A\xB0\x81\x81\xB0\t1\t10.00\t1.000\t0\t0.00\t3\t\t\t\t\t\t"}}));
@@ -134,7 +133,7 @@ TEST_P(Receipts, NamelessSaleWithoutADepartmentNameSellsUnderscore) {
     EXPECT_EQ(slip, 7);
     EXPECT_TRUE(VERDA::RegisterSale("", '1', 1, 1, 0, 1, '0', 0, 0, 0, 0, 0, slip));
     const std::string line = "_\t1\t1.00\t1.000\t0\t0.00\t";
-    EXPECT_EQ(sentRequests(*device), (std::vector<Sent>{{0xFF, "Dept_name\t-1\t\t"},
+    EXPECT_EQ(sent(), (std::vector<Sent>{{0xFF, "Dept_name\t-1\t\t"},
                                                         {0x31, line + "0\t\t\t\t\t\t"},
                                                         {0xFF, "Dept_name\t0\t\t"},
                                                         {0x31, line + "1\t\t\t\t\t\t"}}));

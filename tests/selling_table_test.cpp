@@ -7,7 +7,6 @@
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
 #include "device/VR35.h"
-#include "support/Requests.h"
 #include "support/TestLog.h"
 
 namespace {
@@ -120,9 +119,9 @@ TEST_P(SimpleOperations, SendTheirRequestReadTheReplyAndLog) {
         device->replyAlways(row.reply);
         EXPECT_TRUE(row.call());
         EXPECT_EQ(g_ResultCode, 0);
-        const auto sent = sentRequests(*device);
-        ASSERT_EQ(sent.size(), i + 1);
-        EXPECT_EQ(sent.back(), Sent(row.command, row.request));
+        const auto requests = sent();
+        ASSERT_EQ(requests.size(), i + 1);
+        EXPECT_EQ(requests.back(), Sent(row.command, row.request));
         const auto lines = log();
         ASSERT_EQ(lines.size(), 2 * (i + 1));
         EXPECT_EQ(lines[2 * i], "Start " + row.closing.substr(0, row.closing.find('(')) + "();");

@@ -9,11 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "support/SimRegister.h"
+#include "support/Sim.h"
 
 namespace {
-
-using Fields = std::vector<std::string>;
 
 class SimState : public SimTest {
     void configure(sim::Options& o) override { o.stateFile = home.path() + "register.state"; }
@@ -22,16 +20,16 @@ class SimState : public SimTest {
 // The state is written after each command, so a simulator stopped in the
 // middle of a receipt resumes it.
 TEST_P(SimState, StoppedRegisterResumesWhereItStood) {
-    ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
-    ok(0x30, request({"1", "1", "1", "0", "", "", ""}));
-    ok(0x31, request({"Tea", "A", "10.00", "1.000", "0", "0.00", "1", "", "", "", "", ""}));
-    ok(0xFF, request({"Dept_name", "2", to866("Бакалея")}));
+    ok(0x30, tabbed({"1", "1", "1", "4", "", "", ""}));
+    ok(0x30, tabbed({"1", "1", "1", "0", "", "", ""}));
+    ok(0x31, tabbed({"Tea", "A", "10.00", "1.000", "0", "0.00", "1", "", "", "", "", ""}));
+    ok(0xFF, tabbed({"Dept_name", "2", to866("Бакалея")}));
     disconnect();
     stopSimulator();
     EXPECT_EQ(access(options.stateFile.c_str(), F_OK), 0);
     EXPECT_NE(access((options.stateFile + ".tmp").c_str(), F_OK), 0);
 
-    startSimulator(options);
+    startSimulator();
     connect();
     EXPECT_EQ(ok(0x4C, ""), (Fields{"1", "1", "1", "10.00", "0.00"}));
     EXPECT_EQ(ok(0xFF, "Dept_name\t2\t\t"), Fields{to866("Бакалея")});
@@ -45,7 +43,7 @@ TEST_P(SimState, StoppedRegisterResumesWhereItStood) {
 // Only a change is written: each write is a new file renamed into place, so
 // a command that changes nothing leaves the same file.
 TEST_P(SimState, ReadsDoNotRewriteTheFile) {
-    ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
+    ok(0x30, tabbed({"1", "1", "1", "4", "", "", ""}));
     ok(0x2D, "");  // the data operator takes the shift's opening
     struct stat before, after;
     ASSERT_EQ(stat(options.stateFile.c_str(), &before), 0);
@@ -71,7 +69,7 @@ TEST_P(SimState, TextFormIsReadOnceAndKeptAsJson) {
     const std::string source = std::string(__FILE__);
     std::ofstream(options.stateFile.c_str(), std::ios::binary)
         << readFile(source.substr(0, source.rfind('/')) + "/data/text-form.state");
-    const std::string said = captureStderr([&] { startSimulator(options); });
+    const std::string said = captureStderr([&] { startSimulator(); });
     EXPECT_EQ(said, "verda-sim: state file " + options.stateFile + " converted to JSON\n");
     connect();
     EXPECT_EQ(ok(0xFF, "Header\t1\t\t"), Fields{to866("ООО Ромашка")});
@@ -91,10 +89,10 @@ TEST_P(SimState, TextFormIsReadOnceAndKeptAsJson) {
     // Read back as JSON, every byte of the register's text survives.
     std::string all;
     for (int b = 0x20; b < 256; ++b) all += static_cast<char>(b);
-    ok(0xFF, request({"Header", "2", all}));
+    ok(0xFF, tabbed({"Header", "2", all}));
     disconnect();
     stopSimulator();
-    startSimulator(options);
+    startSimulator();
     connect();
     EXPECT_EQ(ok(0xFF, "Header\t2\t\t"), Fields{all});
 }
@@ -102,7 +100,7 @@ TEST_P(SimState, TextFormIsReadOnceAndKeptAsJson) {
 // A file that holds no valid state is refused, with what is wrong and where,
 // and left as it is: nothing is replaced by a fresh register.
 TEST_P(SimState, DamagedStateFileIsRefusedAndKept) {
-    ok(0x30, request({"1", "1", "1", "4", "", "", ""}));
+    ok(0x30, tabbed({"1", "1", "1", "4", "", "", ""}));
     const std::string good = readFile(options.stateFile);
     auto changed = [&good](const std::function<void(nlohmann::ordered_json&)>& change) {
         nlohmann::ordered_json json = nlohmann::ordered_json::parse(good);

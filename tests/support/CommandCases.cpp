@@ -23,15 +23,3 @@ void CommandTest::checkCommands(const std::vector<CommandCase>& cases, const std
     }
 }
 
-std::vector<Sent> CommandTest::sent() {
-    std::vector<Sent> requests;
-    for (const auto& request : device->requests())
-        requests.emplace_back(request.command, request.data);
-    return requests;
-}
-
-std::string tabbed(const Lines& fields) {
-    std::string data;
-    for (const std::string& field : fields) data += field + '\t';
-    return data;
-}

@@ -12,7 +12,6 @@
 #include "support/TestLog.h"
 
 using Lines = std::vector<std::string>;
-using Sent = std::pair<unsigned int, std::string>;  // a request's command and data
 
 struct CommandCase {
     std::function<bool()> call;  // the exported call
@@ -28,12 +27,6 @@ class CommandTest : public DriverTest {
     // codes 0 and 5, and the start and closing lines (" ErrorCode: 5"
     // appended on the refusal).
     void checkCommands(const std::vector<CommandCase>& cases, const std::string& reply = "0\t");
-    // The requests received so far, and the last one.
-    std::vector<Sent> sent();
-    Sent lastSent() { return sent().back(); }
 };
-
-// The data of a reply: each field followed by a tab.
-std::string tabbed(const Lines& fields);
 
 #endif

@@ -65,6 +65,12 @@ std::string captureStderr(const std::function<void()>& run) {
     return capture(stderr, 2, run);
 }
 
+std::string tabbed(const std::vector<std::string>& fields) {
+    std::string data;
+    for (const std::string& field : fields) data += field + '\t';
+    return data;
+}
+
 void DriverTest::SetUp() {
     device.reset(new testing_device::ScriptedDevice(GetParam()));
     VERDA::Init();
@@ -89,8 +95,9 @@ std::vector<std::string> DriverTest::log() const {
     return logLines(home.path() + "CorteliaVERDA.log");
 }
 
-std::vector<std::string> DriverTest::sentData() {
-    std::vector<std::string> data;
-    for (const auto& request : device->requests()) data.push_back(request.data);
-    return data;
+std::vector<Sent> DriverTest::sent() {
+    std::vector<Sent> requests;
+    for (const auto& request : device->requests())
+        requests.emplace_back(request.command, request.data);
+    return requests;
 }

@@ -26,6 +26,12 @@ std::vector<std::string> logLines(const std::string& file);
 std::string captureStdout(const std::function<void()>& run);
 std::string captureStderr(const std::function<void()>& run);
 
+// The data of a request or a reply: each field followed by a tab.
+std::string tabbed(const std::vector<std::string>& fields);
+
+// A request as a test states it: command number and data bytes.
+using Sent = std::pair<unsigned int, std::string>;
+
 // A driver set up as a client sets it up (VERDA::Init and an open transport)
 // against a scripted device, with its log in a temporary directory.
 class DriverTest : public ::testing::TestWithParam<testing_device::ScriptedDevice::Kind> {
@@ -35,8 +41,9 @@ class DriverTest : public ::testing::TestWithParam<testing_device::ScriptedDevic
 
     // The log lines written so far.
     std::vector<std::string> log() const;
-    // Data bytes of each request received.
-    std::vector<std::string> sentData();
+    // The requests received so far, as command and data, and the last one.
+    std::vector<Sent> sent();
+    Sent lastSent() { return sent().back(); }
 
     std::unique_ptr<testing_device::ScriptedDevice> device;
     TempDir home;
