@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Sim.h"
+#include "wire/Command.h"
 
 namespace {
 
@@ -177,6 +178,11 @@ TEST(SimOptions, BadInputGivesAMessage) {
         {{"--pty", "--columns", "40"}, "bad value for --columns: 40"},
         {{"--pty", "--nak", "1.5"}, "bad value for --nak: 1.5"},
         {{"--pty", "--baud", "fast"}, "bad value for --baud: fast"},
+        {{"--pty", "--hang-up-after", "Nope"}, "bad value for --hang-up-after: Nope"},
+        {{"--pty", "--hang-up-after", "CloseFiscalInv:0"},
+         "bad value for --hang-up-after: CloseFiscalInv:0"},
+        {{"--pty", "--hang-up-after", "256"}, "bad value for --hang-up-after: 256"},
+        {{"--pty", "--hang-up-ms", "-1"}, "bad value for --hang-up-ms: -1"},
         {{"--pty", "--frobnicate"}, "unknown option --frobnicate"},
         {{"--pty", "extra"}, "unexpected argument extra"},
     };
@@ -185,6 +191,36 @@ TEST(SimOptions, BadInputGivesAMessage) {
         std::string error;
         EXPECT_FALSE(sim::parseOptions(row.args, options, error));
         EXPECT_EQ(error, row.error);
+    }
+}
+
+TEST(SimOptions, HangUpTakesAnOperationOrACommandNumber) {
+    const struct {
+        std::vector<std::string> args;
+        int command, nth, ms;
+    } rows[] = {
+        {{"--pty"}, -1, 1, 3000},
+        {{"--pty", "--hang-up-after", "CloseFiscalInv"},
+         wire::number(wire::Command::CloseFiscalInv),
+         1,
+         3000},
+        {{"--pty", "--hang-up-after", "RegisterSale:2", "--hang-up-ms", "50"},
+         wire::number(wire::Command::RegisterSale),
+         2,
+         50},
+        {{"--pty", "--hang-up-after", "OpenShift"},
+         wire::number(wire::Command::OpenFiscalInv),
+         1,
+         3000},
+        {{"--pty", "--hang-up-after", "53:3"}, 53, 3, 3000},
+    };
+    for (const auto& row : rows) {
+        sim::Options o;
+        std::string error;
+        ASSERT_TRUE(sim::parseOptions(row.args, o, error)) << error;
+        EXPECT_EQ(o.hangUp.command, row.command) << row.args.back();
+        EXPECT_EQ(o.hangUp.nth, row.nth) << row.args.back();
+        EXPECT_EQ(o.hangUp.ms, row.ms) << row.args.back();
     }
 }
 
