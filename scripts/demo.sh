@@ -52,9 +52,24 @@ pids+=($!)
 pids+=($!)
 sleep 0.5  # the followers have read to the end before the first command writes
 
+# Prints a command as one would type it, quoted where the shell needs it.
+typed() {
+  printf '$ %s' "$1"
+  shift
+  local a
+  for a in "$@"; do
+    if [[ -z $a || $a =~ [^A-Za-z0-9_./:=@%+,-] ]]; then
+      printf " '%s'" "${a//\'/\'\\\'\'}"
+    else
+      printf ' %s' "$a"
+    fi
+  done
+  echo
+}
+
 verda() {
   echo
-  echo "\$ verda $*"
+  typed verda "$@"
   "$build/cli/verda" --tcp "$address" "$@"
   sleep 0.5  # let the paper and the log catch up before the next command
 }
@@ -82,19 +97,9 @@ for _ in $(seq 100); do
 done
 [ -n "$url" ] || { echo "verda-server did not start:"; cat "$work/server.log"; exit 1; }
 echo "== verda-server listens on $url"
-# Shows the command as one would type it (quoted where the shell needs it), then runs it.
 show() {
   echo
-  printf '$ curl'
-  local a
-  for a in "$@"; do
-    if [[ -z $a || $a =~ [^A-Za-z0-9_./:=@%+,-] ]]; then
-      printf " '%s'" "${a//\'/\'\\\'\'}"
-    else
-      printf ' %s' "$a"
-    fi
-  done
-  echo
+  typed curl "$@"
   curl -sS "$@"
   echo
 }
