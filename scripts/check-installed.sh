@@ -166,15 +166,15 @@ against_server() {
   server=$!
   trap "kill $server 2>/dev/null || true" EXIT
   url=$(address_of verda-server $server '^http://[0-9.]+:[0-9]+$' "$work/server.out" "$work/server.err")
-  curl -fsS "$url/health" | grep -q '"ok"'
+  curl -fsS "$url/health" | grep '"ok"' >/dev/null
   # The web console is built into the program, not read from the source tree.
-  curl -fsS "$url/" | grep -q '/console/console.js' && curl -fsS "$url/console/console.js" >/dev/null || {
+  curl -fsS "$url/" | grep '/console/console.js' >/dev/null && curl -fsS "$url/console/console.js" >/dev/null || {
     echo "check-installed: the packaged server does not serve its console" >&2; exit 1; }
   for _ in $(seq 100); do
-    curl -fsS "$url/devices/sim" | grep -q '"state":"online"' && break
+    curl -fsS "$url/devices/sim" | grep '"state":"online"' >/dev/null && break
     sleep 0.1
   done
-  curl -fsS "$url/devices/sim" | grep -q '"state":"online"' || {
+  curl -fsS "$url/devices/sim" | grep '"state":"online"' >/dev/null || {
     echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
   kill $server
   wait $server 2>/dev/null || true

@@ -103,7 +103,7 @@ show() {
   curl -sS "$@"
   echo
 }
-until curl -sS "$url/devices/sim" | grep -q '"reading":{'; do sleep 0.1; done
+until curl -sS "$url/devices/sim" | grep '"reading":{' >/dev/null; do sleep 0.1; done
 show -X POST -H 'Idempotency-Key: demo-shift' -d '' "$url/devices/sim/shift/open"
 receipt='{"cashier": "Иванова",
   "lines": [{"name": "Хлеб", "price": 45.50, "quantity": 2, "discount": {"percent": 5}},
