@@ -11,7 +11,7 @@
 
 #include "cli/Text.h"
 #include "common/Readable.h"
-#include "common/Utf8.h"
+#include "wire/RegisterText.h"
 #include "support/CliRun.h"
 #include "tools/codepages.h"
 #include "tools/unicode.h"
@@ -97,7 +97,7 @@ TEST(ReadableText, Cp1251AgreesWithIconvAndAnyBytesGiveUtf8) {
     for (int first = 0; first < 256; ++first)
         for (int second = 0; second < 256; ++second) {
             const std::string bytes{static_cast<char>(first), static_cast<char>(second)};
-            ASSERT_TRUE(utf8::valid(readable::toUtf8(bytes))) << first << " " << second;
+            ASSERT_TRUE(wire::text::isUtf8(readable::toUtf8(bytes))) << first << " " << second;
         }
 }
 
