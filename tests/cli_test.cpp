@@ -382,6 +382,43 @@ TEST_F(CliReceipt, ARefusedLineCancelsTheReceipt) {
     EXPECT_TRUE(sent(0x33).empty());
 }
 
+// A payment of what is due is sent as the total the register gave; a
+// refusal while closing cancels the receipt like any other.
+TEST_F(CliReceipt, WhatIsDueIsPaidAsTheRegisterSaysAndARefusedCloseIsCancelled) {
+    const struct {
+        std::vector<std::string> pay;
+        std::string sent, shown;
+    } cases[] = {
+        {{}, "0\t162.81\t1\t", "cash             162.81\n"},
+        {{"--pay", "card:0"}, "1\t162.81\t1\t", "card             162.81\n"},
+        {{"--pay", "5:0"}, "5\t162.81\t1\t", "payment 5        162.81\n"},
+    };
+    for (const auto& c : cases) {
+        payments = {"0\t0\t0.00\t7\t"};
+        paid = 0;
+        const size_t before = sent(0x35).size();
+        std::vector<std::string> args{"--tcp", address(), "receipt", "Хлеб=45.50x2",
+                                      "Молоко=89,90"};
+        args.insert(args.end(), c.pay.begin(), c.pay.end());
+        const CliResult result = verda(args);
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_NE(result.out.find("total            162.81\n" + c.shown), std::string::npos)
+            << result.out;
+        ASSERT_EQ(sent(0x35).size(), before + 1);
+        EXPECT_EQ(sent(0x35).back(), c.sent);
+    }
+    answers[0x38] = "-111018\t";
+    payments = {"0\t0\t0.00\t7\t"};
+    paid = 0;
+    const CliResult refused = verda({"--tcp", address(), "receipt", "Хлеб=45.50"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(
+        refused.err.rfind("verda: receipt 7 cancelled\nverda: CloseFiscalInv: error 111018", 0), 0u)
+        << refused.err;
+    EXPECT_EQ(sent(0x3C).size(), 1u);
+}
+
 // After a lost link nothing more is tried: a cancel would wait as long again.
 TEST_F(CliReceipt, ALostLinkLeavesTheReceiptAlone) {
     silentSale = true;
