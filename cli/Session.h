@@ -5,6 +5,7 @@
 // interface, the link, opened on first use and closed at the end, the
 // checking of each operation's result code, and the output streams.
 
+#include <algorithm>
 #include <functional>
 #include <ostream>
 #include <string>
@@ -53,7 +54,8 @@ std::string userHome();
 class TextOut {
   public:
     TextOut() : buffer_(VERDA_TEXT_MAX, '\0') {}
-    explicit TextOut(const std::string& value) : TextOut() {
+    explicit TextOut(const std::string& value)
+        : buffer_(std::max<size_t>(VERDA_TEXT_MAX, value.size() + 1), '\0') {
         value.copy(buffer_.data(), value.size());
     }
     char* data() { return buffer_.data(); }
