@@ -115,10 +115,12 @@ int verda_open_socket(verda_device* d, const char* host, int port);
 int verda_open_serial(verda_device* d, const char* path, int baud);
 /* Closes the link; 0 also when there is none. */
 int verda_close(verda_device* d);
-/* The read timeout, in the library's units: 1 ms on TCP (below 1000), 10 ms
-   on a serial line; 0 waits without limit. Applies to the open link at once
-   and to later opens. VERDA_INVALID_ARGUMENT for a negative value, or one the
-   open link refuses. */
+/* The read timeout, in the library's units: 1 ms on TCP, 10 ms on a serial
+   line; 0 to 2559 on either (2.559 s on TCP, 25.5 s on a serial line, which
+   waits whole tenths of a second); 0 waits without limit on TCP. Applies to
+   the open link at once and to later opens: a value taken before an open
+   suits either kind of link. VERDA_INVALID_ARGUMENT for a value out of that
+   range. */
 int verda_set_timeout(verda_device* d, int timeout);
 /* The folder of this handle's log, CorteliaVERDA.log, rotated above 10 MiB.
    NULL: no log, the default of a new handle (a library writes no file it was

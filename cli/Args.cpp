@@ -1,13 +1,9 @@
 #include "cli/Args.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <cmath>
 
-#include "cli/Text.h"
+#include "wire/RegisterText.h"
 
 namespace cli {
 
@@ -48,26 +44,6 @@ Global checkGlobal(const GlobalText& typed) {
                           : toInt(typed.timeout, 100, 25500, "--timeout on a serial line");
     }
     return g;
-}
-
-std::string numericHost(const std::string& host, std::string& error) {
-    in_addr address;
-    if (inet_pton(AF_INET, host.c_str(), &address) == 1) return host;
-    addrinfo hints = addrinfo();
-    hints.ai_family = AF_INET;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    const int failure = getaddrinfo(host.c_str(), nullptr, &hints, &found);
-    if (failure != 0 || found == nullptr) {
-        error = "cannot find the host " + host + ": " +
-                (failure != 0 ? gai_strerror(failure) : "no IPv4 address");
-        return std::string();
-    }
-    char text[INET_ADDRSTRLEN] = {0};
-    inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr, text,
-              sizeof text);
-    freeaddrinfo(found);
-    return text;
 }
 
 int toInt(const std::string& text, int low, int high, const std::string& what) {
@@ -112,9 +88,22 @@ char toByte(const std::string& text, const std::string& what) {
 }
 
 std::string toText(const std::string& utf8, const std::string& what) {
-    std::string text, error;
-    if (!toApplication(utf8, text, error)) throw UsageError(what + ": " + error);
-    return text;
+    namespace rt = wire::text;
+    const rt::Verdict verdict = rt::checkPrintable(utf8);
+    switch (verdict.first) {
+        case rt::Problem::None:
+            return utf8;
+        case rt::Problem::NotUtf8:
+            throw UsageError(what + ": \"" + utf8 + "\" is not UTF-8 text");
+        case rt::Problem::Control:
+            throw UsageError(what + ": \"" + utf8 + "\" holds a control character");
+        case rt::Problem::Unprintable:
+            break;
+    }
+    std::string character;
+    rt::appendUtf8(character, verdict.character);
+    throw UsageError(what + ": the register cannot print \"" + character + "\" in \"" + utf8 +
+                     "\"");
 }
 
 }  // namespace cli

@@ -37,10 +37,6 @@ struct GlobalText {
 // Checks the global options. Throws UsageError.
 Global checkGlobal(const GlobalText& typed);
 
-// The numeric IPv4 address of a host name or address, which is what the
-// library connects to. Empty, with a message in error, when it has none.
-std::string numericHost(const std::string& host, std::string& error);
-
 // A whole decimal number from low to high; what names it in a message.
 int toInt(const std::string& text, int low, int high, const std::string& what);
 // A non-negative decimal amount with at most `decimals` places, "." or ","
@@ -48,7 +44,11 @@ int toInt(const std::string& text, int low, int high, const std::string& what);
 double toAmount(const std::string& text, int decimals, const std::string& what);
 // One printable ASCII byte.
 char toByte(const std::string& text, const std::string& what);
-// Typed text for the library (see Text.h); throws UsageError.
+// Typed text for the register, which the library takes as UTF-8: printable
+// ASCII and the Russian letters (Ё and ё are printed as Е and е, since the
+// register has no place for them). Throws UsageError, naming what, for text
+// that is not UTF-8, holds a control character (a tab would split a request
+// field), or holds a character the register cannot print.
 std::string toText(const std::string& utf8, const std::string& what);
 
 }  // namespace cli

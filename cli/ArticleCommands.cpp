@@ -1,7 +1,6 @@
 // article add, get, list and delete: the register's article database.
 #include "cli/Commands.h"
 #include "cli/Format.h"
-#include "cli/Text.h"
 
 namespace cli {
 
@@ -34,12 +33,13 @@ void add(Session& session, const ArticleArgs& args) {
     if (codes.size() > 4) throw UsageError("at most four --barcode");
     std::string bars[4];
     for (size_t i = 0; i < codes.size(); ++i) bars[i] = toText(codes[i], "--barcode");
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     // Price type "0" is the register's fixed price; AddQty "0" sets the stock
     // rather than adding to it.
     session.check(
-        driver.PrgAndReadArticleP(plu, tax, department, group, '0', price, '0', stock, bars[0],
-                                  bars[1], bars[2], bars[3], name, units, "", "", "", 0, 0),
+        verda_PrgAndReadArticleP(d, plu, tax, department, group, '0', price, '0', stock,
+                                 bars[0].c_str(), bars[1].c_str(), bars[2].c_str(), bars[3].c_str(),
+                                 name.c_str(), units.c_str(), "", "", "", 0, 0),
         "PrgAndReadArticleP");
     session.out() << "article " << plu << " written\n";
 }
@@ -47,59 +47,62 @@ void add(Session& session, const ArticleArgs& args) {
 void get(Session& session, const ArticleArgs& args) {
     expectOperands(args.operands, 2, 2);
     const int plu = readPlu(args.operands[1]);
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     char tax = 0, priceType = 0;
     int department = 0, group = 0, extra1 = 0, extra2 = 0;
     double price = 0, value1 = 0, value2 = 0, value3 = 0;
-    std::string bars[4], name, units, id1c, weight, service;
-    session.check(driver.PrgAndReadArticleR(plu, tax, department, group, priceType, price, value1,
-                                            value2, value3, bars[0], bars[1], bars[2], bars[3],
-                                            name, units, id1c, weight, service, extra1, extra2),
-                  "PrgAndReadArticleR");
+    TextOut bars[4], name, units, id1c, weight, service;
+    session.check(
+        verda_PrgAndReadArticleR(d, plu, &tax, &department, &group, &priceType, &price, &value1,
+                                 &value2, &value3, bars[0].data(), bars[0].size(), bars[1].data(),
+                                 bars[1].size(), bars[2].data(), bars[2].size(), bars[3].data(),
+                                 bars[3].size(), name.data(), name.size(), units.data(),
+                                 units.size(), id1c.data(), id1c.size(), weight.data(),
+                                 weight.size(), service.data(), service.size(), &extra1, &extra2),
+        "PrgAndReadArticleR");
     std::string codes;
-    for (const std::string& bar : bars)
-        if (!bar.empty()) codes += (codes.empty() ? "" : " ") + fromCp866(bar);
+    for (const TextOut& bar : bars)
+        if (!bar.text().empty()) codes += (codes.empty() ? "" : " ") + bar.shown();
     // The three values are the register's; on most registers the stock, the
     // quantity sold and the turnover of the shift.
     printPairs(session.out(),
                {{"PLU", std::to_string(plu)},
-                {"name", fromOneWay(name)},
+                {"name", name.shown()},
                 {"price", money(price)},
-                {"tax", fromCp866(std::string(1, tax))},
+                {"tax", shownByte(tax)},
                 {"department", std::to_string(department)},
                 {"group", std::to_string(group)},
                 {"values", quantity(value1) + " " + quantity(value2) + " " + money(value3)},
                 {"bar codes", codes},
-                {"units", fromOneWay(units)}});
+                {"units", units.shown()}});
 }
 
 void list(Session& session, const ArticleArgs& args) {
     expectOperands(args.operands, 1, 1);
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     std::vector<std::vector<std::string>> grid{{"PLU", "price", "tax", "dept", "stock", "name"}};
     // F finds the first article at or after a PLU, N the next one; the walk
     // ends with the register's "no such article". A PLU that does not grow
     // ends it too, whatever the register does.
     int plu = 1, previous = 0;
+    // Written by every call, whatever its result.
+    TextOut bars[4], name;
     session.longRun("reading the articles", [&] {
         for (bool first = true;; first = false) {
             char tax = 0, priceType = 0;
             int department = 0, group = 0;
             double price = 0, value1 = 0, value2 = 0, value3 = 0;
-            std::string bars[4], name;
-            const int code = first
-                                 ? driver.PrgAndReadArticleF(plu, tax, department, group, priceType,
-                                                             price, value1, value2, value3, bars[0],
-                                                             bars[1], bars[2], bars[3], name)
-                                 : driver.PrgAndReadArticleN(plu, tax, department, group, priceType,
-                                                             price, value1, value2, value3, bars[0],
-                                                             bars[1], bars[2], bars[3], name);
+            const auto read = first ? verda_PrgAndReadArticleF : verda_PrgAndReadArticleN;
+            const int code = read(d, &plu, &tax, &department, &group, &priceType, &price, &value1,
+                                  &value2, &value3, bars[0].data(), bars[0].size(), bars[1].data(),
+                                  bars[1].size(), bars[2].data(), bars[2].size(), bars[3].data(),
+                                  bars[3].size(), name.data(), name.size());
             if (code == kNoArticle) break;
             session.check(code, first ? "PrgAndReadArticleF" : "PrgAndReadArticleN");
             if (plu <= previous) break;
             previous = plu;
-            grid.push_back({std::to_string(plu), money(price), fromCp866(std::string(1, tax)),
-                            std::to_string(department), quantity(value1), fromCp866(name)});
+            grid.push_back({std::to_string(plu), money(price), shownByte(tax),
+                            std::to_string(department), quantity(value1), name.shown()});
         }
     });
     if (grid.size() == 1)
@@ -114,8 +117,8 @@ void remove(Session& session, const ArticleArgs& args) {
     const int plu = readPlu(operands[1]);
     const int to = operands.size() == 3 ? readPlu(operands[2]) : plu;
     if (to < plu) throw UsageError("the range ends before it starts");
-    VR35& driver = session.connect();
-    session.check(driver.PrgAndReadArticleD(plu, to), "PrgAndReadArticleD");
+    verda_device* d = session.connect();
+    session.check(verda_PrgAndReadArticleD(d, plu, to), "PrgAndReadArticleD");
     if (to == plu)
         session.out() << "article " << plu << " deleted\n";
     else

@@ -4,31 +4,34 @@
 
 #include "cli/Commands.h"
 #include "cli/Format.h"
-#include "cli/Text.h"
 
 namespace cli {
 
 namespace {
 
 void runCheck(Session& session) {
-    VR35& driver = session.connect(false);
-    session.check(driver.CheckConnection(), "CheckConnection");
+    verda_device* d = session.connect(false);
+    session.check(verda_CheckConnection(d), "CheckConnection");
     session.out() << "the register answers\n";
 }
 
 void runInfo(Session& session) {
-    VR35& driver = session.connect();
-    std::string name, revision, date, time, checksum, software, number, places;
-    session.check(driver.DiagnosticInfo(name, revision, date, time, checksum, software, number),
+    verda_device* d = session.connect();
+    TextOut name, revision, date, time, checksum, software, number, places;
+    session.check(verda_DiagnosticInfo(
+                      d, name.data(), name.size(), revision.data(), revision.size(), date.data(),
+                      date.size(), time.data(), time.size(), checksum.data(), checksum.size(),
+                      software.data(), software.size(), number.data(), number.size()),
                   "DiagnosticInfo");
-    session.check(driver.Programming("DecimalPoint", "0", places), "Programming");
-    printPairs(session.out(), {{"model", fromOneWay(name)},
-                               {"firmware", fromCp866(revision)},
-                               {"firmware date", fromCp866(date + " " + time)},
-                               {"checksum", fromCp866(checksum)},
-                               {"software", fromCp866(software)},
-                               {"device number", fromCp866(number)},
-                               {"decimal places", fromOneWay(places)}});
+    session.check(verda_Programming(d, "DecimalPoint", "0", places.data(), places.size()),
+                  "Programming");
+    printPairs(session.out(), {{"model", name.shown()},
+                               {"firmware", revision.shown()},
+                               {"firmware date", shown(date.text() + " " + time.text())},
+                               {"checksum", checksum.shown()},
+                               {"software", software.shown()},
+                               {"device number", number.shown()},
+                               {"decimal places", places.shown()}});
 }
 
 std::string bits(const std::string& picture) {
@@ -39,30 +42,34 @@ std::string bits(const std::string& picture) {
 }
 
 void runStatus(Session& session) {
-    VR35& driver = session.connect();
-    std::string picture;
-    session.check(driver.GetStatusFP(picture), "GetStatusFP");
+    verda_device* d = session.connect();
+    TextOut picture;
+    session.check(verda_GetStatusFP(d, picture.data(), picture.size()), "GetStatusFP");
     bool shiftOpen = false, over24h = false;
     int minutes = 0;
-    session.check(driver.GetStatusShift(shiftOpen, over24h, minutes), "GetStatusShift");
+    session.check(verda_GetStatusShift(d, &shiftOpen, &over24h, &minutes), "GetStatusShift");
     char kind = 0;
     int slip = 0, items = 0;
     double amount = 0, paid = 0;
-    session.check(driver.FiscalTransactionsStatus(kind, slip, items, amount, paid),
+    session.check(verda_FiscalTransactionsStatus(d, &kind, &slip, &items, &amount, &paid),
                   "FiscalTransactionsStatus");
     // Selector "1" reads the drive's state; "0" would print a diagnostic.
-    std::string version, drive, phase, driveShift, warnings, deadline, registrations;
+    TextOut version, drive, phase, driveShift, warnings, deadline, registrations;
     int shiftNumber = 0, receipts = 0, lastDocument = 0, firstUnsent = 0;
     session.check(
-        driver.GetStateFN('1', version, drive, phase, driveShift, warnings, deadline, registrations,
-                          shiftNumber, receipts, lastDocument, firstUnsent),
+        verda_GetStateFN(d, '1', version.data(), version.size(), drive.data(), drive.size(),
+                         phase.data(), phase.size(), driveShift.data(), driveShift.size(),
+                         warnings.data(), warnings.size(), deadline.data(), deadline.size(),
+                         registrations.data(), registrations.size(), &shiftNumber, &receipts,
+                         &lastDocument, &firstUnsent),
         "GetStateFN");
     bool operatorShift = false, operator24h = false;
     int operatorShiftNumber = 0, documents = 0, unsent = 0, oldest = 0;
-    std::string oldestTime;
-    session.check(driver.GetOFDandFNStatus(operatorShift, operator24h, operatorShiftNumber,
-                                           documents, unsent, oldest, oldestTime),
-                  "GetOFDandFNStatus");
+    TextOut oldestTime;
+    session.check(
+        verda_GetOFDandFNStatus(d, &operatorShift, &operator24h, &operatorShiftNumber, &documents,
+                                &unsent, &oldest, oldestTime.data(), oldestTime.size()),
+        "GetOFDandFNStatus");
 
     std::string shift = shiftOpen ? "open, " + std::to_string(shiftNumber) + ", for " +
                                         std::to_string(minutes) + " min"
@@ -78,19 +85,19 @@ void runStatus(Session& session) {
     else if (kind != '0' && kind != 0)
         document = std::string("kind ") + kind + ", number " + std::to_string(slip);
     printPairs(session.out(),
-               {{"status bits", bits(picture)},
+               {{"status bits", bits(picture.text())},
                 {"shift", shift},
                 {"document", document},
-                {"fiscal drive", fromCp866(drive) + " (" + fromCp866(version) + "), phase " +
-                                     fromCp866(phase) + ", valid until " + fromCp866(deadline)},
-                {"drive warnings", fromCp866(warnings)},
-                {"registrations left", fromCp866(registrations)},
+                {"fiscal drive", drive.shown() + " (" + version.shown() + "), phase " +
+                                     phase.shown() + ", valid until " + deadline.shown()},
+                {"drive warnings", warnings.shown()},
+                {"registrations left", registrations.shown()},
                 {"receipts in shift", std::to_string(receipts)},
                 {"last document", std::to_string(lastDocument)},
-                {"data operator", unsent == 0 ? std::string("all documents sent")
-                                              : std::to_string(unsent) + " unsent, the first " +
-                                                    std::to_string(oldest) + " of " +
-                                                    fromCp866(oldestTime)}});
+                {"data operator", unsent == 0
+                                      ? std::string("all documents sent")
+                                      : std::to_string(unsent) + " unsent, the first " +
+                                            std::to_string(oldest) + " of " + oldestTime.shown()}});
 }
 
 // The register's clock reads and takes "DD.MM.YYYY HH:MM:SS".
@@ -106,10 +113,10 @@ bool isDateTime(const std::string& text) {
 void runDateTime(Session& session, const std::vector<std::string>& operands) {
     expectOperands(operands, 0, 2);
     if (operands.empty()) {
-        VR35& driver = session.connect();
-        std::string now;
-        session.check(driver.GetDateTime(now), "GetDateTime");
-        session.out() << fromCp866(now) << '\n';
+        verda_device* d = session.connect();
+        TextOut now;
+        session.check(verda_GetDateTime(d, now.data(), now.size()), "GetDateTime");
+        session.out() << now.shown() << '\n';
         return;
     }
     if (operands[0] != "set") throw UsageError("unknown datetime command " + operands[0]);
@@ -125,8 +132,8 @@ void runDateTime(Session& session, const std::vector<std::string>& operands) {
         std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &local);
         wanted = text;
     }
-    VR35& driver = session.connect();
-    session.check(driver.SetDateTime(wanted), "SetDateTime");
+    verda_device* d = session.connect();
+    session.check(verda_SetDateTime(d, wanted.c_str()), "SetDateTime");
     session.out() << "the register's clock is set to " << wanted << '\n';
 }
 
@@ -139,14 +146,15 @@ void runParam(Session& session, const std::vector<std::string>& operands) {
     const bool indexed = operands.size() == (set ? 4u : 3u);
     const std::string index = indexed ? std::to_string(toInt(operands[2], 0, 9999, "index")) : "0";
     // An empty value would make the write a read.
-    std::string value = set ? toText(operands.back(), "value") : std::string();
-    if (set && value.empty()) throw UsageError("the value must not be empty");
-    VR35& driver = session.connect();
-    session.check(driver.Programming(name, index, value), "Programming");
+    TextOut value(set ? toText(operands.back(), "value") : std::string());
+    if (set && value.text().empty()) throw UsageError("the value must not be empty");
+    verda_device* d = session.connect();
+    session.check(verda_Programming(d, name.c_str(), index.c_str(), value.data(), value.size()),
+                  "Programming");
     if (set)
         session.out() << operands[1] << '[' << index << "] set\n";
     else
-        session.out() << fromOneWay(value) << '\n';
+        session.out() << value.shown() << '\n';
 }
 
 void runError(Session& session, const std::vector<std::string>& operands) {

@@ -3,9 +3,19 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "cli/Text.h"
+#include "wire/RegisterText.h"
 
 namespace cli {
+
+std::string shown(std::string utf8) {
+    for (char& c : utf8)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+    return utf8;
+}
+
+std::string shownByte(char byte) {
+    return shown(wire::text::cp866ToUtf8(std::string(1, byte)));
+}
 
 std::string money(double value) {
     char text[64];
@@ -25,7 +35,7 @@ std::string quantity(double value) {
 namespace {
 
 std::string padded(const std::string& text, size_t columns, bool right) {
-    const size_t have = width(text);
+    const size_t have = wire::text::characters(text);
     const std::string fill(columns > have ? columns - have : 0, ' ');
     return right ? fill + text : text + fill;
 }
@@ -38,7 +48,7 @@ bool isNumber(const std::string& text) {
 
 void printPairs(std::ostream& out, const Pairs& pairs) {
     size_t columns = 0;
-    for (const auto& pair : pairs) columns = std::max(columns, width(pair.first));
+    for (const auto& pair : pairs) columns = std::max(columns, wire::text::characters(pair.first));
     for (const auto& pair : pairs)
         out << padded(pair.first, columns, false) << "  " << pair.second << '\n';
 }
@@ -50,7 +60,7 @@ void printGrid(std::ostream& out, const std::vector<std::vector<std::string>>& r
         columns.resize(std::max(columns.size(), rows[r].size()), 0);
         numeric.resize(columns.size(), true);
         for (size_t c = 0; c < rows[r].size(); ++c) {
-            columns[c] = std::max(columns[c], width(rows[r][c]));
+            columns[c] = std::max(columns[c], wire::text::characters(rows[r][c]));
             if (r > 0 && !isNumber(rows[r][c])) numeric[c] = false;
         }
     }

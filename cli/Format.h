@@ -11,6 +11,12 @@
 
 namespace cli {
 
+// Text from the register, UTF-8, as the terminal may show it: control
+// characters, which would steer it, become "?".
+std::string shown(std::string utf8);
+// One byte of the register's code page, as shown shows it.
+std::string shownByte(char byte);
+
 // An amount at two decimals.
 std::string money(double value);
 // A quantity at up to three decimals, without trailing zeros.

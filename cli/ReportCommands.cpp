@@ -1,7 +1,6 @@
 // x-report, z-report and journal: the long operations, shown as working.
 #include "cli/Commands.h"
 #include "cli/Format.h"
-#include "cli/Text.h"
 
 namespace cli {
 
@@ -10,16 +9,17 @@ namespace {
 const int kEndOfData = 100003;  // the register's "no more lines"
 
 void runReport(Session& session, char type) {
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     int number = 0, document = 0, sign = 0;
     double sums[4][6] = {};
     int code = 0;
     session.longRun(std::string("printing the ") + type + " report", [&] {
-        code = driver.PrintReport(
-            type, number, document, sign, sums[0][0], sums[0][1], sums[0][2], sums[0][3],
-            sums[0][4], sums[0][5], sums[1][0], sums[1][1], sums[1][2], sums[1][3], sums[1][4],
-            sums[1][5], sums[2][0], sums[2][1], sums[2][2], sums[2][3], sums[2][4], sums[2][5],
-            sums[3][0], sums[3][1], sums[3][2], sums[3][3], sums[3][4], sums[3][5]);
+        code = verda_PrintReport(d, type, &number, &document, &sign, &sums[0][0], &sums[0][1],
+                                 &sums[0][2], &sums[0][3], &sums[0][4], &sums[0][5], &sums[1][0],
+                                 &sums[1][1], &sums[1][2], &sums[1][3], &sums[1][4], &sums[1][5],
+                                 &sums[2][0], &sums[2][1], &sums[2][2], &sums[2][3], &sums[2][4],
+                                 &sums[2][5], &sums[3][0], &sums[3][1], &sums[3][2], &sums[3][3],
+                                 &sums[3][4], &sums[3][5]);
     });
     session.check(code, "PrintReport");
     printPairs(session.out(), {{std::string(1, type) + " report", std::to_string(number)},
@@ -46,29 +46,29 @@ char journalSelector(const JournalArgs& args) {
     return args.fd ? '1' : '0';
 }
 
-void showDocument(Session& session, VR35& driver, int number, char selector) {
+void showDocument(Session& session, verda_device* d, int number, char selector) {
     int document = 0, shift = 0, lines = 0;
-    std::string time;
+    TextOut time;
     char kind = 0;
-    session.check(driver.GetInfoFromEJ0(number, selector, document, shift, time, kind, lines),
+    session.check(verda_GetInfoFromEJ0(d, number, selector, &document, &shift, time.data(),
+                                       time.size(), &kind, &lines),
                   "GetInfoFromEJ0");
     std::vector<std::string> text;
     session.longRun("reading the journal", [&] {
         // The lines come one by one until the register says there are no
         // more; its count bounds the loop all the same.
+        TextOut one;
         for (int i = 0; i < lines; ++i) {
-            std::string one;
-            const int code = driver.GetInfoFromEJ1(one);
+            const int code = verda_GetInfoFromEJ1(d, one.data(), one.size());
             if (code == kEndOfData) break;
             session.check(code, "GetInfoFromEJ1");
-            text.push_back(fromOneWay(one));
+            text.push_back(one.shown());
         }
     });
-    printPairs(session.out(),
-               {{"document", std::to_string(document)},
-                {"shift", std::to_string(shift)},
-                {"time", fromCp866(time)},
-                {"kind", kind == 0 ? std::string() : fromCp866(std::string(1, kind))}});
+    printPairs(session.out(), {{"document", std::to_string(document)},
+                               {"shift", std::to_string(shift)},
+                               {"time", time.shown()},
+                               {"kind", kind == 0 ? std::string() : shownByte(kind)}});
     session.out() << '\n';
     for (const std::string& one : text) session.out() << one << '\n';
 }
@@ -80,11 +80,11 @@ void runJournal(Session& session, const JournalArgs& args) {
     if (what == "doc" || what == "reprint") {
         expectOperands(operands, 2, 2);
         const int number = toInt(operands[1], 1, 2147483647, "document number");
-        VR35& driver = session.connect();
-        if (what == "doc") return showDocument(session, driver, number, journalSelector(args));
+        verda_device* d = session.connect();
+        if (what == "doc") return showDocument(session, d, number, journalSelector(args));
         int code = 0;
         session.longRun("printing a copy",
-                        [&] { code = driver.GetInfoFromEJ3(number, journalSelector(args)); });
+                        [&] { code = verda_GetInfoFromEJ3(d, number, journalSelector(args)); });
         session.check(code, "GetInfoFromEJ3");
         session.out() << "document " << number << " printed again\n";
         return;
@@ -94,16 +94,17 @@ void runJournal(Session& session, const JournalArgs& args) {
     const std::string from = toText(operands[1], "FROM"), to = toText(operands[2], "TO");
     // The register's kinds: "1" fiscal receipts, "2" X and Z reports, "0" all.
     const char kind = args.receipts ? '1' : args.reports ? '2' : '0';
-    VR35& driver = session.connect();
-    std::string first, last;
+    verda_device* d = session.connect();
+    TextOut first, last;
     int firstNumber = 0, lastNumber = 0;
     int code = 0;
     session.longRun("searching the journal", [&] {
-        code = driver.GetDocInEJByDate(from, to, kind, first, last, firstNumber, lastNumber);
+        code = verda_GetDocInEJByDate(d, from.c_str(), to.c_str(), kind, first.data(), first.size(),
+                                      last.data(), last.size(), &firstNumber, &lastNumber);
     });
     session.check(code, "GetDocInEJByDate");
-    printPairs(session.out(), {{"first", std::to_string(firstNumber) + "  " + fromCp866(first)},
-                               {"last", std::to_string(lastNumber) + "  " + fromCp866(last)}});
+    printPairs(session.out(), {{"first", std::to_string(firstNumber) + "  " + first.shown()},
+                               {"last", std::to_string(lastNumber) + "  " + last.shown()}});
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // shift, receipt, cash-in and cash-out: the till's daily work.
 #include "cli/Commands.h"
 #include "cli/Format.h"
-#include "cli/Text.h"
+#include "common/ReceiptFlow.h"
 
 namespace cli {
 
@@ -22,14 +22,8 @@ void declareOperator(CLI::App& command, OperatorText& op) {
            "register then works as its operator 30");
 }
 
-struct Operator {
-    int number;
-    std::string password;
-    std::string name;  // application text; when given, the library works as operator 30
-};
-
-Operator readOperator(const OperatorText& typed) {
-    Operator op;
+receipt::Cashier readOperator(const OperatorText& typed) {
+    receipt::Cashier op;
     op.number = toInt(typed.number, 1, 99, "--operator");
     op.password =
         toText(typed.password.empty() ? std::to_string(op.number) : typed.password, "--password");
@@ -47,31 +41,26 @@ void runShift(Session& session, const ShiftArgs& args) {
     if (args.operands[0] != "open")
         throw UsageError("unknown shift command " + args.operands[0] +
                          " (a shift is closed by z-report)");
-    const Operator op = readOperator(args.op);
-    VR35& driver = session.connect();
+    const receipt::Cashier op = readOperator(args.op);
+    verda_device* d = session.connect();
     int document = 0, sign = 0, shift = 0;
-    session.check(
-        driver.OpenShift(op.number, op.password, 1, "", "", op.name, "", document, sign, shift),
-        "OpenShift");
+    session.check(verda_OpenShift(d, op.number, op.password.c_str(), op.till, "", "",
+                                  op.name.c_str(), "", &document, &sign, &shift),
+                  "OpenShift");
     printPairs(session.out(), {{"shift", std::to_string(shift)},
                                {"fiscal document", std::to_string(document)},
                                {"fiscal sign", std::to_string(sign)}});
 }
 
 // One sale line: NAME=PRICE[xQTY][:TAX[:DEPT]].
-struct Item {
-    std::string name;  // application text
-    double price;
-    double quantity;
-    char tax;
-    int department;
-};
-
-Item readItem(const std::string& arg, char tax, int department) {
+receipt::Line readLine(const std::string& arg, char tax, int department) {
     const size_t equals = arg.rfind('=');
     if (equals == std::string::npos || equals == 0)
         throw UsageError("a sale line goes as NAME=PRICE[xQTY][:TAX[:DEPT]], not " + arg);
-    Item item{toText(arg.substr(0, equals), "name"), 0, 1, tax, department};
+    receipt::Line line;
+    line.name = toText(arg.substr(0, equals), "name");
+    line.tax = tax;
+    line.department = department;
     std::string rest = arg.substr(equals + 1);
     const size_t colon = rest.find(':');
     if (colon != std::string::npos) {
@@ -79,49 +68,39 @@ Item readItem(const std::string& arg, char tax, int department) {
         rest.erase(colon);
         const size_t second = codes.find(':');
         if (second != std::string::npos) {
-            item.department = toInt(codes.substr(second + 1), 1, 99, "department of " + arg);
+            line.department = toInt(codes.substr(second + 1), 1, 99, "department of " + arg);
             codes.erase(second);
         }
-        item.tax = toByte(codes, "tax code of " + arg);
+        line.tax = toByte(codes, "tax code of " + arg);
     }
     const size_t times = rest.find_first_of("x*");
     if (times != std::string::npos) {
-        item.quantity = toAmount(rest.substr(times + 1), 3, "quantity of " + arg);
+        line.quantity = toAmount(rest.substr(times + 1), 3, "quantity of " + arg);
         rest.erase(times);
-        if (item.quantity == 0) throw UsageError("quantity of " + arg + ": must not be 0");
+        if (line.quantity == 0) throw UsageError("quantity of " + arg + ": must not be 0");
     }
-    item.price = toAmount(rest, 2, "price of " + arg);
-    return item;
+    line.price = toAmount(rest, 2, "price of " + arg);
+    return line;
 }
 
-// A payment: [MODE:]AMOUNT, MODE cash, card or the register's number 0 to 5.
-struct Payment {
-    int mode;
-    double amount;
-};
-
-Payment readPayment(const std::string& arg) {
-    Payment payment{0, 0};
+// A payment: [MODE:]AMOUNT, MODE cash, card or the register's number 0 to 5;
+// an amount of 0 pays what is still due.
+receipt::Payment readPayment(const std::string& arg) {
+    receipt::Payment payment;
     std::string amount = arg;
     const size_t colon = arg.find(':');
     if (colon != std::string::npos) {
         const std::string mode = arg.substr(0, colon);
-        payment.mode = mode == "cash" ? 0 : mode == "card" ? 1 : toInt(mode, 0, 5, "payment mode");
+        if (!receipt::modeByName(mode, payment.mode))
+            payment.mode = toInt(mode, 0, receipt::kLastMode, "payment mode");
         amount = arg.substr(colon + 1);
     }
     payment.amount = toAmount(amount, 2, "--pay");
     return payment;
 }
 
-// The register's kinds of receipt adjustment: "1" discount in percent, "2"
-// discount as a sum, "3" and "4" the same for a surcharge.
-struct Adjustment {
-    char kind = '0';
-    double value = 0;
-};
-
-Adjustment readAdjustment(const std::string& discount, const std::string& surcharge) {
-    Adjustment a;
+receipt::Adjustment readAdjustment(const std::string& discount, const std::string& surcharge) {
+    receipt::Adjustment a;
     for (const char* option : {"--discount", "--surcharge"}) {
         std::string value = option[2] == 'd' ? discount : surcharge;
         if (value.empty()) continue;
@@ -135,27 +114,10 @@ Adjustment readAdjustment(const std::string& discount, const std::string& surcha
     return a;
 }
 
-const char* const kReceiptTypes[] = {"sale", "return", "purchase", "purchase-return"};
-
 int readReceiptType(const std::string& text) {
     for (int i = 0; i < 4; ++i)
-        if (text == kReceiptTypes[i]) return i;
+        if (text == receipt::kTypeNames[i]) return i;
     throw UsageError("--type: sale, return, purchase or purchase-return, not " + text);
-}
-
-// After a refusal in the middle, the receipt is cancelled so that the
-// register is free again. After a lost link that would only wait out the
-// timeout once more, so the user is told instead.
-void abandon(Session& session, const Failure& failure) {
-    if (failure.code == VERDA_EXCHANGE_FAILED) {
-        session.err() << "verda: the receipt may still be open on the register\n";
-        return;
-    }
-    int slip = 0;
-    if (session.device().CancelFiscalInv(slip) == 0)
-        session.err() << "verda: receipt " << slip << " cancelled\n";
-    else
-        session.err() << "verda: the receipt could not be cancelled\n";
 }
 
 struct ReceiptArgs {
@@ -164,68 +126,60 @@ struct ReceiptArgs {
     OperatorText op;
 };
 
+// A receipt that did not close: what became of it, then the failure. A lost
+// link while opening or closing is told by the failure alone.
+[[noreturn]] void failed(Session& session, const receipt::Outcome& outcome) {
+    const receipt::Failure& f = outcome.failure;
+    if (f.unpaid)
+        session.err() << "verda: the payments fall short by " << money(outcome.progress.due)
+                      << '\n';
+    switch (f.aftermath) {
+        case receipt::Aftermath::Cancelled:
+            session.err() << "verda: receipt " << f.cancelledSlip << " cancelled\n";
+            break;
+        case receipt::Aftermath::NotCancelled:
+            session.err() << "verda: the receipt could not be cancelled\n";
+            break;
+        case receipt::Aftermath::MaybeOpen:
+            if (f.stage != receipt::Stage::Open)
+                session.err() << "verda: the receipt may still be open on the register\n";
+            break;
+        case receipt::Aftermath::NotOpened:
+        case receipt::Aftermath::Unknown:
+            break;
+    }
+    if (f.unpaid) throw Failure{f.operation, 0, "the receipt is not paid in full"};
+    session.check(f.code, f.operation);
+    throw Failure{f.operation, f.code, "the receipt was not closed"};  // a failure has its code
+}
+
 void runReceipt(Session& session, const ReceiptArgs& args) {
-    const Operator op = readOperator(args.op);
+    receipt::Order order;
+    order.cashier = readOperator(args.op);
     const char tax = toByte(args.tax, "--tax");
     const int department = toInt(args.dept, 1, 99, "--dept");
-    const int type = readReceiptType(args.type);
-    const Adjustment adjustment = readAdjustment(args.discount, args.surcharge);
+    order.type = readReceiptType(args.type);
+    order.adjustment = readAdjustment(args.discount, args.surcharge);
     if (args.lines.empty()) throw UsageError("no sale lines");
-    std::vector<Item> items;
-    for (const std::string& arg : args.lines) items.push_back(readItem(arg, tax, department));
-    std::vector<Payment> payments;
-    for (const std::string& arg : args.pay) payments.push_back(readPayment(arg));
+    for (const std::string& arg : args.lines) order.lines.push_back(readLine(arg, tax, department));
+    for (const std::string& arg : args.pay) order.payments.push_back(readPayment(arg));
 
-    VR35& driver = session.connect();
-    int slip = 0, document = 0, shift = 0;
-    session.check(driver.OpenFiscalInv(op.number, op.password, 1, type, "", "", op.name, "", slip,
-                                       document, shift),
-                  "OpenFiscalInv");
-    Pairs shown;
-    try {
-        for (const Item& item : items) {
-            int at = 0;
-            session.check(driver.RegisterSale(item.name, item.tax, item.price, item.quantity, 0,
-                                              item.department, '0', 0, 0, 0, 0, 0, at),
-                          "RegisterSale");
-        }
-        double total = 0, taxes[6] = {0};
-        session.check(driver.Subtotal('1', '0', adjustment.kind, adjustment.value, slip, total,
-                                      taxes[0], taxes[1], taxes[2], taxes[3], taxes[4], taxes[5]),
-                      "Subtotal");
-        shown.push_back({"total", money(total)});
-        // Without --pay the total is paid in cash.
-        if (payments.empty()) payments.push_back({0, total});
-        char status = ' ';
-        double left = 0;
-        for (const Payment& payment : payments) {
-            session.check(driver.Total(payment.mode, payment.amount, '1', status, left, slip),
-                          "Total");
-            shown.push_back({payment.mode == 0   ? "cash"
-                             : payment.mode == 1 ? "card"
-                                                 : "payment " + std::to_string(payment.mode),
-                             money(payment.amount)});
-        }
-        // The register answers "D" while a sum is still due, and "R" with the
-        // change once it is paid in full.
-        if (status == 'D') {
-            session.err() << "verda: the payments fall short by " << money(left) << '\n';
-            throw Failure{"Total", 0, "the receipt is not paid in full"};
-        }
-        if (status == 'R') shown.push_back({"change", money(left)});
-    } catch (const Failure& failure) {
-        abandon(session, failure);
-        throw;
+    const receipt::Outcome outcome = receipt::sell(session.connect(), order);
+    if (!outcome.closed) failed(session, outcome);
+    const receipt::Progress& p = outcome.progress;
+    Pairs pairs{{"receipt", std::to_string(outcome.receipt.slip)}, {"total", money(p.total)}};
+    const std::vector<receipt::Payment> payments =
+        order.payments.empty() ? std::vector<receipt::Payment>(1) : order.payments;
+    for (size_t i = 0; i < payments.size(); ++i) {
+        const char* name = receipt::modeName(payments[i].mode);
+        pairs.push_back({name != nullptr ? name : "payment " + std::to_string(payments[i].mode),
+                         money(p.paid[i])});
     }
-    int fiscalDocument = 0;
-    std::string sign;
-    session.check(driver.CloseFiscalInv(slip, fiscalDocument, sign, document, shift),
-                  "CloseFiscalInv");
-    shown.insert(shown.begin(), {"receipt", std::to_string(slip)});
-    shown.push_back({"fiscal document", std::to_string(fiscalDocument)});
-    shown.push_back({"fiscal sign", fromCp866(sign)});
-    shown.push_back({"shift", std::to_string(shift)});
-    printPairs(session.out(), shown);
+    if (p.changeGiven) pairs.push_back({"change", money(p.change)});
+    pairs.push_back({"fiscal document", std::to_string(outcome.receipt.fiscalDocument)});
+    pairs.push_back({"fiscal sign", shown(outcome.receipt.sign)});
+    pairs.push_back({"shift", std::to_string(outcome.receipt.shift)});
+    printPairs(session.out(), pairs);
 }
 
 // cash-in and cash-out: the register's kind "0" puts cash in, "1" takes it out.
@@ -233,9 +187,10 @@ void runCash(Session& session, const std::vector<std::string>& operands, char ki
     expectOperands(operands, 1, 1);
     const double amount = toAmount(operands[0], 2, "amount");
     if (amount == 0) throw UsageError("the amount must not be 0");
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     double cash = 0, in = 0, out = 0;
-    session.check(driver.ParishOrConsumption(kind, amount, cash, in, out), "ParishOrConsumption");
+    session.check(verda_ParishOrConsumption(d, kind, amount, &cash, &in, &out),
+                  "ParishOrConsumption");
     printPairs(session.out(), {{"cash in the drawer", money(cash)},
                                {"put in this shift", money(in)},
                                {"taken out this shift", money(out)}});
@@ -260,8 +215,8 @@ void addSellingCommands(Commands& commands) {
                      "Usage: verda ... receipt [OPTIONS] LINE...\n"
                      "Sells a receipt: opens it, registers the sale lines, applies a discount,\n"
                      "takes the payments and closes it. Shows the receipt's number, total,\n"
-                     "payments, change and fiscal document. A receipt the register refuses half\n"
-                     "way is cancelled.\n"
+                     "payments, change and fiscal document. A receipt the register refuses on\n"
+                     "the way, its closing included, or whose payments fall short, is cancelled.\n"
                      "\n"
                      "LINE is NAME=PRICE[xQTY][:TAX[:DEPT]], for example\n"
                      "  'Хлеб=45.50'  'Молоко=89.90x2'  'Яблоки=120x1.255:2'  'Кофе=250:1:3'\n",
@@ -269,8 +224,9 @@ void addSellingCommands(Commands& commands) {
     operands(receiptCommand, receipt->lines);
     repeatable(receiptCommand, "--pay", receipt->pay, "[MODE:]AMOUNT",
                "a payment; MODE is cash (default), card or the\n"
-               "register's number 0 to 5; repeat for several.\n"
-               "Without --pay the total is paid in cash.");
+               "register's number 0 to 5; AMOUNT 0 pays what is\n"
+               "still due; repeat for several. Without --pay,\n"
+               "what is due is paid in cash.");
     option(receiptCommand, "--discount", receipt->discount, "VALUE",
            "a discount on the receipt: a sum, or a percentage\nsuch as 10%");
     option(receiptCommand, "--surcharge", receipt->surcharge, "VALUE", "a surcharge, the same way");

@@ -6,9 +6,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <thread>
 
-#include "cli/Text.h"
+#include "cli/Format.h"
 
 namespace cli {
 
@@ -19,75 +20,78 @@ std::string userHome() {
     return std::string(user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "") + "/";
 }
 
+std::string TextOut::shown() const {
+    return cli::shown(text());
+}
+
 Session::Session(Environment& environment, const Global& global)
     : env_(environment), global_(global) {}
 
 Session::~Session() {
     closeLink();
+    verda_device_free(device_);
 }
 
-VR35& Session::device() {
-    if (!device_) {
-        device_.reset(new VR35());
-        device_->homeDir = env_.home;
-        device_->logEnabled = true;
+verda_device* Session::device() {
+    if (device_ == nullptr) {
+        device_ = verda_device_new();
+        if (device_ == nullptr) throw std::bad_alloc();
+        // A home that is no folder leaves the library without a log.
+        verda_set_log_dir(device_, env_.home.c_str());
     }
-    return *device_;
+    return device_;
 }
 
 void Session::closeLink() {
     if (!opened_) return;
     opened_ = false;
-    if (global_.serial.empty())
-        device_->CloseSocket();
-    else
-        device_->CloseCOMPort();
+    verda_close(device_);
 }
 
-VR35& Session::connect(bool init) {
-    VR35& driver = device();
-    if (opened_) return driver;
+verda_device* Session::connect(bool init) {
+    verda_device* d = device();
+    if (opened_) return d;
     if (!global_.hasTransport())
         throw UsageError("no register given: use --serial PATH or --tcp HOST:PORT");
     if (global_.timeoutMs >= 0)
-        driver.timeout = global_.serial.empty() ? global_.timeoutMs : global_.timeoutMs / 10;
+        check(verda_set_timeout(
+                  d, global_.serial.empty() ? global_.timeoutMs : global_.timeoutMs / 10),
+              "verda_set_timeout");
     if (!global_.serial.empty()) {
         opened_ = true;  // a failed open still leaves a port to close
-        if (!driver.OpenSerial(global_.serial, global_.baud))
+        if (verda_open_serial(d, global_.serial.c_str(), global_.baud) != VERDA_OK)
             throw Failure{"OpenSerial", VERDA_EXCHANGE_FAILED,
                           "cannot open the serial port " + global_.serial};
     } else {
-        // The driver connects to a numeric address only; a name is looked up
-        // here, so that "localhost" works as people expect.
-        std::string error;
-        const std::string address = numericHost(global_.host, error);
-        if (address.empty()) throw Failure{"OpenSocket", VERDA_EXCHANGE_FAILED, error};
+        const int opened = verda_open_socket(d, global_.host.c_str(), global_.port);
+        if (opened == VERDA_UNKNOWN_HOST)
+            throw Failure{"OpenSocket", VERDA_EXCHANGE_FAILED,
+                          "cannot find the host " + global_.host + ": no IPv4 address"};
         opened_ = true;
-        if (!driver.OpenSocket(address, global_.port)) {
-            // A refused connection shows only in the first exchange; this is
-            // the receive timeout being refused.
-            throw Failure{"OpenSocket", VERDA_EXCHANGE_FAILED, "cannot set up the connection"};
-        }
+        // A connection refused is left to the first exchange, which then
+        // fails at once, as with any register that does not answer.
+        if (opened != VERDA_OPEN_FAILED) check(opened, "OpenSocket");
     }
-    if (init) check(driver.PrinterInit(), "PrinterInit");
-    return driver;
+    if (init) check(verda_PrinterInit(d), "PrinterInit");
+    return d;
 }
 
-void Session::check(int code, const char* operation) {
+void Session::check(int code, const std::string& operation) {
     linkFailed_ = code == VERDA_EXCHANGE_FAILED;
     if (code != 0) throw Failure{operation, code, std::string()};
 }
 
 std::string Session::explain(int code) {
     // After a failed exchange the link is closed first: asking the register
-    // again would only wait out the timeout once more, and without a port
+    // again would only wait out the timeout once more, and without a link
     // ReadingError answers from its catalogue at once.
-    VR35& driver = device();
+    verda_device* d = device();
     if (linkFailed_) closeLink();
     int deviceCode = 0;
-    std::string message;
-    driver.ReadingError(code, deviceCode, message);  // the text is there even on failure
-    return fromOneWay(message);
+    TextOut message;
+    // The text is there even on failure.
+    verda_ReadingError(d, code, &deviceCode, message.data(), message.size());
+    return message.shown();
 }
 
 void Session::longRun(const std::string& label, const std::function<void()>& work) {

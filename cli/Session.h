@@ -1,18 +1,18 @@
 #ifndef VERDA_CLI_SESSION_H
 #define VERDA_CLI_SESSION_H
 
-// One run of the tool against the register: its own driver object, the link,
-// opened on first use and closed at the end, the checking of each
-// operation's result code, and the output streams.
+// One run of the tool against the register: its handle of the library's C
+// interface, the link, opened on first use and closed at the end, the
+// checking of each operation's result code, and the output streams.
 
+#include <algorithm>
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
-#include "api/ResultCodes.h"
+#include "capi/verda.h"
 #include "cli/Args.h"
-#include "device/VR35.h"
 
 namespace cli {
 
@@ -49,6 +49,25 @@ struct Environment {
 // library keeps its log: "/" alone for a user without one.
 std::string userHome();
 
+// A text output of the C interface: a buffer that holds the longest, read
+// back as UTF-8. Given to an inout text, it carries the value in.
+class TextOut {
+  public:
+    TextOut() : buffer_(VERDA_TEXT_MAX, '\0') {}
+    explicit TextOut(const std::string& value)
+        : buffer_(std::max<size_t>(VERDA_TEXT_MAX, value.size() + 1), '\0') {
+        value.copy(buffer_.data(), value.size());
+    }
+    char* data() { return buffer_.data(); }
+    size_t size() const { return buffer_.size(); }
+    std::string text() const { return buffer_.data(); }
+    // The text as the terminal may show it (see shown in Format.h).
+    std::string shown() const;
+
+  private:
+    std::vector<char> buffer_;
+};
+
 class Session {
   public:
     Session(Environment& environment, const Global& global);
@@ -61,18 +80,18 @@ class Session {
     const Environment& environment() const { return env_; }
     const Global& global() const { return global_; }
 
-    // The tool's driver, made on first use with its log in the environment's
-    // home, as VERDA::Init makes the library's own.
-    VR35& device();
+    // The tool's handle, made on first use with its log in the environment's
+    // home, where VERDA::Init puts the library's own.
+    verda_device* device();
 
     // Opens the link on first use and, with init, runs PrinterInit, which the
     // driver needs before documents (firmware and model decide the form of
     // several requests). Throws UsageError without a transport, Failure when
     // the host is unknown or the link cannot be opened.
-    VR35& connect(bool init = true);
+    verda_device* connect(bool init = true);
 
     // Throws Failure with code unless it is 0.
-    void check(int code, const char* operation);
+    void check(int code, const std::string& operation);
 
     // The text for a result code, through ReadingError: the register's own
     // when the link works, else the library's catalogue. Empty when neither
@@ -88,7 +107,7 @@ class Session {
 
     Environment& env_;
     Global global_;
-    std::unique_ptr<VR35> device_;
+    verda_device* device_ = nullptr;
     bool opened_ = false;
     bool linkFailed_ = false;  // the last exchange failed
 };

@@ -1,21 +1,32 @@
 // text: a service document of free lines.
 #include "cli/Commands.h"
 #include "cli/Format.h"
+#include "wire/RegisterText.h"
 
 namespace cli {
 
 namespace {
 
-// The library cuts a line at 32 bytes for every model this tool meets, so
-// longer lines are wrapped here, at a blank where there is one.
+// The library cuts a line at 32 bytes of the register's code page, one for
+// each character, for every model this tool meets, so longer lines are
+// wrapped here, at a blank where there is one.
 const size_t kColumns = 32;
+
+// The offset in utf8 of its character number count, or its end.
+size_t offsetOf(const std::string& utf8, size_t count) {
+    size_t at = 0;
+    for (size_t n = 0; at < utf8.size() && n < count; ++n)
+        for (++at; at < utf8.size() && (static_cast<unsigned char>(utf8[at]) & 0xC0) == 0x80;) ++at;
+    return at;
+}
 
 std::vector<std::string> wrap(const std::string& text) {
     std::vector<std::string> lines;
     std::string rest = text;
-    while (rest.size() > kColumns) {
-        size_t cut = rest.rfind(' ', kColumns);
-        if (cut == std::string::npos || cut == 0) cut = kColumns;
+    while (wire::text::characters(rest) > kColumns) {
+        const size_t limit = offsetOf(rest, kColumns);
+        size_t cut = rest.rfind(' ', limit);
+        if (cut == std::string::npos || cut == 0) cut = limit;
         lines.push_back(rest.substr(0, cut));
         rest.erase(0, cut);
         if (!rest.empty() && rest[0] == ' ') rest.erase(0, 1);
@@ -41,20 +52,20 @@ void runText(Session& session, const TextArgs& args) {
     for (const std::string& arg : args.lines)
         for (const std::string& one : wrap(toText(arg, "line"))) lines.push_back(one);
 
-    VR35& driver = session.connect();
+    verda_device* d = session.connect();
     int slip = 0;
-    session.check(driver.OpenServiceInv('0', slip), "OpenServiceInv");
+    session.check(verda_OpenServiceInv(d, '0', &slip), "OpenServiceInv");
     try {
         for (const std::string& one : lines)
-            session.check(
-                driver.PrintFreeTextInServiceInv(one, bold, '0', tall, '0', alignment, '0'),
-                "PrintFreeTextInServiceInv");
+            session.check(verda_PrintFreeTextInServiceInv(d, one.c_str(), bold, '0', tall, '0',
+                                                          alignment, '0'),
+                          "PrintFreeTextInServiceInv");
     } catch (const Failure& failure) {
         // The document is closed, so that the register is free again.
-        if (failure.code != VERDA_EXCHANGE_FAILED) driver.CloseServiceInv(slip);
+        if (failure.code != VERDA_EXCHANGE_FAILED) verda_CloseServiceInv(d, &slip);
         throw;
     }
-    session.check(driver.CloseServiceInv(slip), "CloseServiceInv");
+    session.check(verda_CloseServiceInv(d, &slip), "CloseServiceInv");
     session.out() << "document " << slip << " printed, " << lines.size() << " lines\n";
 }
 

@@ -196,7 +196,10 @@ int run(const std::vector<std::string>& args, Environment& env) {
             if (!failure.message.empty()) {
                 env.err << failure.message << '\n';
             } else {
-                const std::string text = session.explain(failure.code);
+                // The C interface's own codes are not the register's to explain.
+                const std::string text = failure.code < VERDA_EMPTY_RESULT
+                                             ? verda_error_text(failure.code)
+                                             : session.explain(failure.code);
                 env.err << failure.operation << ": error " << failure.code
                         << (text.empty() ? "" : ": " + text) << '\n';
             }

@@ -46,8 +46,7 @@ class FdBuffer : public std::streambuf {
 
 int main(int argc, char** argv) {
     // Descriptors 0 to 2 must exist, so that nothing opened later lands on
-    // them by accident: the library closes descriptor 0 whenever it opens a
-    // serial port, and prints its own lines on descriptor 1.
+    // them by accident: the library prints its own lines on descriptor 1.
     for (int fd = 0; fd < 3; ++fd)
         if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDWR) != fd) return cli::kUsage;
     // A register that drops the connection must not end the tool.

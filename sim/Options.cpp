@@ -1,6 +1,6 @@
 #include "sim/Options.h"
 
-#include "common/Cp866.h"
+#include "wire/RegisterText.h"
 #include "common/Help.h"
 #include "sim/Text.h"
 #include "wire/Command.h"
@@ -217,7 +217,7 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
     for (int i = 0; i < kRateCount; ++i)
         if (app.count(kRates[i].name) != 0 && !rate(t.rates[i], o.faults.*kRates[i].rate))
             return bad(kRates[i].name, t.rates[i]);
-    o.identity.model = cp866::fromUtf8(t.model);
+    o.identity.model = wire::text::utf8ToCp866(t.model);
     if (o.transport == Options::None) {
         error = "choose --pty or --tcp";
         return false;

@@ -1,6 +1,6 @@
 #include "sim/Paper.h"
 
-#include "common/Cp866.h"
+#include "wire/RegisterText.h"
 #include "sim/Text.h"
 
 namespace sim {
@@ -35,13 +35,13 @@ Lines Layout::wrap(const std::string& text) const {
 }
 
 std::string dev(const char* utf8) {
-    return cp866::fromUtf8(utf8);
+    return wire::text::utf8ToCp866(utf8);
 }
 
 void Paper::print(const Lines& lines) {
     if (out_ == nullptr) return;
     for (const std::string& line : lines) {
-        const std::string text = cp866::toUtf8(line) + "\n";
+        const std::string text = wire::text::cp866ToUtf8(line) + "\n";
         std::fwrite(text.data(), 1, text.size(), out_);
     }
     std::fflush(out_);

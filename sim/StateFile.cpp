@@ -12,7 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "common/Cp866.h"
+#include "wire/RegisterText.h"
 
 namespace sim {
 
@@ -75,19 +75,19 @@ using Quantity = Fixed<3>;
 
 // The register's CP866 text, as UTF-8.
 struct Text {
-    static Json put(const std::string& v) { return cp866::toUtf8(v); }
+    static Json put(const std::string& v) { return wire::text::cp866ToUtf8(v); }
     static void get(const Json& j, std::string& v, const std::string& where) {
         if (!j.is_string()) throw Damage(where + ": expected text");
-        v = cp866::fromUtf8(j.get<std::string>());
+        v = wire::text::utf8ToCp866(j.get<std::string>());
     }
 };
 
 // One byte of the register's (a tax code, a document type), as a character.
 template <class T>
 struct Byte {
-    static Json put(T v) { return cp866::toUtf8(std::string(1, static_cast<char>(v))); }
+    static Json put(T v) { return wire::text::cp866ToUtf8(std::string(1, static_cast<char>(v))); }
     static void get(const Json& j, T& v, const std::string& where) {
-        const std::string byte = j.is_string() ? cp866::fromUtf8(j.get<std::string>()) : "";
+        const std::string byte = j.is_string() ? wire::text::utf8ToCp866(j.get<std::string>()) : "";
         if (byte.size() != 1) throw Damage(where + ": expected one character");
         v = static_cast<T>(static_cast<unsigned char>(byte[0]));
     }
@@ -153,7 +153,8 @@ class Writer {
     void texts(const char* name, std::vector<std::string>& v) { json_[name] = list<Text>(v); }
     void textMap(const char* name, std::map<std::string, std::string>& v) {
         Json& map = json_[name] = Json::object();
-        for (const auto& item : v) map[cp866::toUtf8(item.first)] = Text::put(item.second);
+        for (const auto& item : v)
+            map[wire::text::cp866ToUtf8(item.first)] = Text::put(item.second);
     }
     template <class T>
     void record(const char* name, T& v) {
@@ -232,7 +233,7 @@ class Reader {
         const Reader map = child(name);
         v.clear();
         for (const auto& item : map.json_.items())
-            Text::get(item.value(), v[cp866::fromUtf8(item.key())], map.path(item.key()));
+            Text::get(item.value(), v[wire::text::utf8ToCp866(item.key())], map.path(item.key()));
     }
     template <class T>
     void record(const char* name, T& v) {

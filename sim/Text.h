@@ -4,7 +4,7 @@
 // Text and number tools of the simulated register. The register keeps its
 // text in CP866, as the real one does; UTF-8 appears only at its edges (the
 // command line, the paper stream and the state file), converted by
-// common/Cp866.h.
+// wire/RegisterText.h.
 
 #include <string>
 #include <vector>

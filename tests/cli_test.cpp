@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/Text.h"
+#include "cli/Args.h"
+#include "cli/Format.h"
 #include "common/Readable.h"
-#include "common/Utf8.h"
+#include "wire/RegisterText.h"
 #include "support/CliRun.h"
-#include "tools/codepages.h"
 #include "tools/unicode.h"
 
 using testing_device::Request;
@@ -21,24 +21,10 @@ using testing_device::ScriptedDevice;
 
 namespace {
 
-const char kAllLetters[] = "АБВГДЕЖЗИЙКЛМНОПРСТУФХЦЧШЩЪЫЬЭЮЯабвгдежзийклмнопрстуфхцчшщъыьэюя";
-
-TEST(CliText, TypedTextBecomesTheApplicationCodePage) {
-    const struct {
-        std::string typed, text;
-    } cases[] = {
-        {"Хлеб 1 кг", "\xD5\xEB\xE5\xE1 1 \xEA\xE3"},
-        {"Ёлка ёж", "\xC5\xEB\xEA\xE0 \xE5\xE6"},  // Ё would print as a blank
-        {"", ""},
-    };
-    for (const auto& c : cases) {
-        std::string text, error;
-        EXPECT_TRUE(cli::toApplication(c.typed, text, error)) << c.typed;
-        EXPECT_EQ(text, c.text) << c.typed;
-    }
-}
-
+// Typed text goes to the library as it was typed, once the register is
+// known to print it; otherwise the reason is named.
 TEST(CliText, TextTheRegisterCannotTakeIsRefusedWithAReason) {
+    EXPECT_EQ(cli::toText("Ёлка 1 кг", "name"), "Ёлка 1 кг");
     const struct {
         std::string typed, error;
     } cases[] = {
@@ -49,19 +35,21 @@ TEST(CliText, TextTheRegisterCannotTakeIsRefusedWithAReason) {
         {"\xED\xA0\x80", "\"\xED\xA0\x80\" is not UTF-8 text"},  // surrogate
     };
     for (const auto& c : cases) {
-        std::string text, error;
-        EXPECT_FALSE(cli::toApplication(c.typed, text, error)) << c.typed;
-        EXPECT_EQ(error, c.error);
+        try {
+            cli::toText(c.typed, "name");
+            ADD_FAILURE() << c.typed;
+        } catch (const cli::UsageError& error) {
+            EXPECT_EQ(std::string(error.what()), "name: " + c.error);
+        }
     }
 }
 
-// Typed, converted for the register, and read back the way the library
-// hands device text over: every letter comes back as typed.
-TEST(CliText, CyrillicSurvivesTheLibrarysOneWayForm) {
-    std::string text, error;
-    const std::string typed = std::string(kAllLetters) + " 0-9 A-z,.";
-    ASSERT_TRUE(cli::toApplication(typed, text, error));
-    EXPECT_EQ(cli::fromOneWay(fromDOStoASCII(fromASCIItoDOS(text))), typed);
+// Text from the register reaches the terminal without the control
+// characters, which would steer it, whichever form it came in.
+TEST(CliText, ControlCharactersAreNotShown) {
+    EXPECT_EQ(cli::shown(wire::text::oneWayToUtf8("\x90\x80\x01\x1B[2J")), "Ар??[2J");
+    EXPECT_EQ(cli::shown(wire::text::cp866ToUtf8(std::string("a\x1B[2Jb\x7F", 7))), "a?[2Jb?");
+    EXPECT_EQ(cli::shownByte('\x85'), "Е");
 }
 
 // The library's text, as its log holds it: Cyrillic read from the register
@@ -80,9 +68,6 @@ TEST(ReadableText, EachFormComesOutAsUtf8) {
         {"", ""},
     };
     for (const auto& c : cases) EXPECT_EQ(readable::toUtf8(c.written), c.shown) << c.shown;
-    // The tool's outputs also turn control characters, which would steer
-    // the terminal, into "?".
-    EXPECT_EQ(cli::fromOneWay("\x90\x80\x01\x1B[2J"), "Ар??[2J");
 }
 
 // CP1251's upper quarter as the C library's converter reads it (0x98 has
@@ -97,18 +82,8 @@ TEST(ReadableText, Cp1251AgreesWithIconvAndAnyBytesGiveUtf8) {
     for (int first = 0; first < 256; ++first)
         for (int second = 0; second < 256; ++second) {
             const std::string bytes{static_cast<char>(first), static_cast<char>(second)};
-            ASSERT_TRUE(utf8::valid(readable::toUtf8(bytes))) << first << " " << second;
+            ASSERT_TRUE(wire::text::isUtf8(readable::toUtf8(bytes))) << first << " " << second;
         }
-}
-
-TEST(CliText, Cp866IsReadWhole) {
-    std::string high;
-    for (int b = 0x80; b <= 0xFF; ++b) high += static_cast<char>(b);
-    EXPECT_EQ(cli::fromCp866(high), std::string(kAllLetters).substr(0, 2 * 48) +
-                                        "░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀" +
-                                        std::string(kAllLetters).substr(2 * 48) +
-                                        "ЁёЄєЇїЎў°∙·√№¤■\xC2\xA0");
-    EXPECT_EQ(cli::fromCp866(std::string("a\x1B[2Jb\x7F", 7)), "a?[2Jb?");
 }
 
 // A test directory for the library's log and the address of a scripted
@@ -405,6 +380,43 @@ TEST_F(CliReceipt, ARefusedLineCancelsTheReceipt) {
         "verda: RegisterSale: error 111005: Ошибка режима регистрации: Ставка НДС запрещена\n");
     EXPECT_EQ(sent(0x3C).size(), 1u);
     EXPECT_TRUE(sent(0x33).empty());
+}
+
+// A payment of what is due is sent as the total the register gave; a
+// refusal while closing cancels the receipt like any other.
+TEST_F(CliReceipt, WhatIsDueIsPaidAsTheRegisterSaysAndARefusedCloseIsCancelled) {
+    const struct {
+        std::vector<std::string> pay;
+        std::string sent, shown;
+    } cases[] = {
+        {{}, "0\t162.81\t1\t", "cash             162.81\n"},
+        {{"--pay", "card:0"}, "1\t162.81\t1\t", "card             162.81\n"},
+        {{"--pay", "5:0"}, "5\t162.81\t1\t", "payment 5        162.81\n"},
+    };
+    for (const auto& c : cases) {
+        payments = {"0\t0\t0.00\t7\t"};
+        paid = 0;
+        const size_t before = sent(0x35).size();
+        std::vector<std::string> args{"--tcp", address(), "receipt", "Хлеб=45.50x2",
+                                      "Молоко=89,90"};
+        args.insert(args.end(), c.pay.begin(), c.pay.end());
+        const CliResult result = verda(args);
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_NE(result.out.find("total            162.81\n" + c.shown), std::string::npos)
+            << result.out;
+        ASSERT_EQ(sent(0x35).size(), before + 1);
+        EXPECT_EQ(sent(0x35).back(), c.sent);
+    }
+    answers[0x38] = "-111018\t";
+    payments = {"0\t0\t0.00\t7\t"};
+    paid = 0;
+    const CliResult refused = verda({"--tcp", address(), "receipt", "Хлеб=45.50"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(
+        refused.err.rfind("verda: receipt 7 cancelled\nverda: CloseFiscalInv: error 111018", 0), 0u)
+        << refused.err;
+    EXPECT_EQ(sent(0x3C).size(), 1u);
 }
 
 // After a lost link nothing more is tried: a cancel would wait as long again.

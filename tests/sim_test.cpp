@@ -6,7 +6,7 @@
 
 #include <sstream>
 
-#include "common/Cp866.h"
+#include "wire/RegisterText.h"
 #include "api/Globals.h"
 #include "device/VR35.h"
 #include "support/Sim.h"
@@ -93,7 +93,7 @@ TEST_P(SimRegister, PrintedReceiptIsOnPaperAndInTheJournal) {
     std::string journal;
     for (int i = 0; i < std::stoi(doc[4]); ++i) journal += ok(0x7D, "2\t").at(0) + "\n";
     EXPECT_EQ(exchange(0x7D, "2\t"), "-100003\t");
-    EXPECT_NE(printed.find(cp866::toUtf8(journal)), std::string::npos);
+    EXPECT_NE(printed.find(wire::text::cp866ToUtf8(journal)), std::string::npos);
 
     // A copy of the last receipt.
     const std::string before = paper();

@@ -96,7 +96,7 @@ class Device(Operations):
     @classmethod
     def tcp(cls, host: str, port: int, timeout: int | None = None) -> Device:
         """A device connected over TCP to host (a name or an IPv4 address)
-        and port. timeout: in milliseconds (below 1000); None keeps the
+        and port. timeout: in milliseconds (at most 2559); None keeps the
         library's 50. Raises LinkError when the connection fails."""
         device = cls()
         try:
@@ -113,7 +113,7 @@ class Device(Operations):
     def serial(cls, path: str | os.PathLike, baud: int = 115200,
                timeout: int | None = None) -> Device:
         """A device on a serial line (8N1) at baud. timeout: in units of
-        10 ms; None keeps the library's 50. Raises LinkError when the line
+        10 ms (at most 2559); None keeps the library's 50. Raises LinkError when the line
         cannot be opened."""
         device = cls()
         try:

@@ -13,7 +13,7 @@
 
 #include "api/CorteliaVERDA.h"
 #include "api/Globals.h"
-#include "common/Cp866.h"
+#include "wire/RegisterText.h"
 #include "device/VR35.h"
 
 RunningSimulator::RunningSimulator(const sim::Options& options) {
@@ -182,7 +182,7 @@ std::pair<char, double> SimTest::pay(int mode, double amount, char change) {
 }
 
 std::string to866(const std::string& utf8) {
-    return cp866::fromUtf8(utf8);
+    return wire::text::utf8ToCp866(utf8);
 }
 
 std::string cp1251(const std::string& utf8) {

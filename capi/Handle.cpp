@@ -4,6 +4,7 @@
 #include <netdb.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 
 #include <string>
 
@@ -29,12 +30,25 @@ bool resolve(const char* host, std::string& address) {
     return ok;
 }
 
-// The timeout on the link that is open, whichever kind it is.
+// The longest read timeout: a serial line waits whole tenths of a second,
+// at most 255 of them, so 2559 in its units of 10 ms; on TCP, in units of
+// 1 ms, it is 2.559 s. One range for both, so that a timeout set before an
+// open suits whichever link is opened.
+const int kLongestTimeout = 2559;
+
+// The timeout on the link that is open, whichever kind it is. On TCP the
+// receive timeout is set here, in seconds and microseconds: the transport's
+// own SetTimeout gives the system all of it as microseconds, which it
+// refuses from one second on.
 bool applyTimeout(Port* port, int timeout) {
-    const unsigned long value = static_cast<unsigned long>(timeout);
-    if (SocketPort* socketPort = dynamic_cast<SocketPort*>(port))
-        return socketPort->SetTimeout(value);
-    if (ComPort* com = dynamic_cast<ComPort*>(port)) return com->SetTimeout(value);
+    if (dynamic_cast<SocketPort*>(port) != nullptr) {
+        timeval tv = timeval();
+        tv.tv_sec = timeout / 1000;
+        tv.tv_usec = static_cast<suseconds_t>(timeout % 1000) * 1000;
+        return setsockopt(port->fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) == 0;
+    }
+    if (ComPort* com = dynamic_cast<ComPort*>(port))
+        return com->SetTimeout(static_cast<unsigned long>(timeout));
     return true;
 }
 
@@ -62,8 +76,12 @@ int verda_open_socket(verda_device* d, const char* host, int port) {
         if (port < 1 || port > 65535) return VERDA_INVALID_ARGUMENT;
         std::string address;
         if (!resolve(host, address)) return VERDA_UNKNOWN_HOST;
-        // The transport reports a failed connect only through isOpen.
-        if (!device.OpenSocket(address, port) || !device.port->isOpen()) return VERDA_OPEN_FAILED;
+        // The transport reports a failed connect only through isOpen. Its own
+        // setting of the timeout refuses a second and more; the handle's
+        // timeout, which may be that long, is set again here.
+        device.OpenSocket(address, port);
+        if (!device.port->isOpen() || !applyTimeout(device.port, device.timeout))
+            return VERDA_OPEN_FAILED;
         return VERDA_OK;
     });
 }
@@ -84,8 +102,7 @@ int verda_open_serial(verda_device* d, const char* path, int baud) {
         com->portName = path;
         com->baudRate = baud;
         device.port = com;  // kept when the open fails: exchanges then give 100001
-        if (!com->Open(com->portName) || !com->Setup(0) ||
-            !com->SetTimeout(static_cast<unsigned long>(device.timeout)))
+        if (!com->Open(com->portName) || !com->Setup(0) || !applyTimeout(com, device.timeout))
             return VERDA_OPEN_FAILED;
         return VERDA_OK;
     });
@@ -100,7 +117,7 @@ int verda_close(verda_device* d) {
 
 int verda_set_timeout(verda_device* d, int timeout) {
     return capi::run(d, [&](VR35& device) -> int {
-        if (timeout < 0) return VERDA_INVALID_ARGUMENT;
+        if (timeout < 0 || timeout > kLongestTimeout) return VERDA_INVALID_ARGUMENT;
         if (device.port != nullptr && device.port->isOpen() && !applyTimeout(device.port, timeout))
             return VERDA_INVALID_ARGUMENT;
         device.timeout = timeout;

@@ -1,0 +1,182 @@
+#include "common/ReceiptFlow.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace receipt {
+
+const char* const kTypeNames[4] = {"sale", "return", "purchase", "purchase-return"};
+
+namespace {
+
+const char* const kModeNames[] = {"cash", "card"};
+
+// The register's answers to a payment: a sum still due, or paid in full
+// with change; "0" is paid exactly.
+const char kStillDue = 'D';
+const char kWithChange = 'R';
+const char kExactly = '0';
+
+// Amounts as the register keeps them, in kopecks.
+double kopecks(double value) {
+    return std::round(value * 100) / 100;
+}
+
+class Sale {
+  public:
+    Sale(verda_device* device, const Order& order, Observer& observer)
+        : d_(device), order_(order), observer_(observer), p_(out_.progress) {}
+
+    Outcome run() {
+        const Cashier& c = order_.cashier;
+        observer_.sending();
+        if (!ok(Stage::Open, -1, "OpenFiscalInv",
+                verda_OpenFiscalInv(d_, c.number, c.password.c_str(), c.till, order_.type, "", "",
+                                    c.name.c_str(), "", &p_.slip, &document_, &shift_)))
+            return out_;
+        observer_.step(Stage::Open, -1, p_);
+        for (size_t i = 0; i < order_.lines.size(); ++i) {
+            if (!sellLine(static_cast<int>(i))) return out_;
+            observer_.step(Stage::Line, static_cast<int>(i), p_);
+        }
+        for (size_t i = 0; i < order_.text.size(); ++i) {
+            if (!ok(Stage::Text, static_cast<int>(i), "PrintFreeTextInFiscalInv",
+                    verda_PrintFreeTextInFiscalInv(d_, order_.text[i].c_str(), '0', '0', '0', '0',
+                                                   '0', '0')))
+                return out_;
+            observer_.step(Stage::Text, static_cast<int>(i), p_);
+        }
+        double taxes[6] = {0};
+        const Adjustment& a = order_.adjustment;
+        if (!ok(Stage::Subtotal, -1, "Subtotal",
+                verda_Subtotal(d_, '1', '0', a.kind, a.value, &p_.slip, &p_.total, &taxes[0],
+                               &taxes[1], &taxes[2], &taxes[3], &taxes[4], &taxes[5])))
+            return out_;
+        p_.due = p_.total;
+        observer_.step(Stage::Subtotal, -1, p_);
+        std::vector<Payment> payments = order_.payments;
+        if (payments.empty()) payments.push_back(Payment());
+        char status = ' ';
+        for (size_t i = 0; i < payments.size(); ++i) {
+            if (!pay(static_cast<int>(i), payments[i], status)) return out_;
+            observer_.step(Stage::Payment, static_cast<int>(i), p_);
+        }
+        if (status == kStillDue) {
+            out_.failure.unpaid = true;
+            fail(Stage::Payment, static_cast<int>(payments.size()) - 1, "Total", 0);
+            return out_;
+        }
+        return close();
+    }
+
+  private:
+    bool sellLine(int index) {
+        const Line& line = order_.lines[static_cast<size_t>(index)];
+        const Adjustment& a = line.adjustment;
+        int at = 0;
+        if (line.article != 0)
+            return ok(
+                Stage::Line, index, "RegisterArticleSale",
+                verda_RegisterArticleSale(d_, line.article, line.quantity, a.kind, a.value, &at));
+        return ok(Stage::Line, index, "RegisterSale",
+                  verda_RegisterSale(d_, line.name.c_str(), line.tax, line.price, line.quantity, 0,
+                                     line.department, a.kind, a.value, 0.0, 0.0, 0, 0, &at));
+    }
+
+    bool pay(int index, const Payment& payment, char& status) {
+        const double amount = payment.amount != 0 ? payment.amount : p_.due;
+        double left = 0;
+        status = ' ';
+        if (!ok(Stage::Payment, index, "Total",
+                verda_Total(d_, payment.mode, amount, '1', &status, &left, &p_.slip)))
+            return false;
+        p_.paid.push_back(amount);
+        p_.changeGiven = status == kWithChange;
+        p_.change = p_.changeGiven ? left : 0;
+        if (status == kStillDue)
+            p_.due = left;
+        else if (status == kWithChange || status == kExactly)
+            p_.due = 0;
+        else  // an answer of no known meaning: what was due, less the payment
+            p_.due = std::max(0.0, kopecks(p_.due - amount));
+        return true;
+    }
+
+    Outcome close() {
+        observer_.closing(p_);
+        std::vector<char> sign(VERDA_TEXT_MAX, '\0');
+        Closed& closed = out_.receipt;
+        if (!ok(Stage::Close, -1, "CloseFiscalInv",
+                verda_CloseFiscalInv(d_, &p_.slip, &closed.fiscalDocument, sign.data(), sign.size(),
+                                     &document_, &shift_)))
+            return out_;
+        out_.closed = true;
+        closed.slip = p_.slip;
+        closed.sign = sign.data();
+        closed.document = document_;
+        closed.shift = shift_;
+        return out_;
+    }
+
+    // Whether a step's command succeeded; after a failure the receipt is
+    // left as Failure says.
+    bool ok(Stage stage, int index, const char* operation, int result) {
+        observer_.called(operation, result);
+        if (result == VERDA_OK) return true;
+        fail(stage, index, operation, result);
+        return false;
+    }
+
+    void fail(Stage stage, int index, const char* operation, int code) {
+        Failure& f = out_.failure;
+        f.stage = stage;
+        f.index = index;
+        f.operation = operation;
+        f.code = code;
+        if (f.linkLost())
+            f.aftermath = stage == Stage::Close ? Aftermath::Unknown : Aftermath::MaybeOpen;
+        else if (stage == Stage::Open)
+            f.aftermath = Aftermath::NotOpened;
+        else
+            cancel(f);
+    }
+
+    void cancel(Failure& f) {
+        const int result = verda_CancelFiscalInv(d_, &f.cancelledSlip);
+        observer_.called("CancelFiscalInv", result);
+        f.aftermath = result == VERDA_OK ? Aftermath::Cancelled : Aftermath::NotCancelled;
+    }
+
+    verda_device* d_;
+    const Order& order_;
+    Observer& observer_;
+    Outcome out_;
+    Progress& p_;
+    int document_ = 0, shift_ = 0;
+};
+
+}  // namespace
+
+const char* modeName(int mode) {
+    return mode >= 0 && mode < 2 ? kModeNames[mode] : nullptr;
+}
+
+bool modeByName(const std::string& name, int& mode) {
+    for (int i = 0; i < 2; ++i)
+        if (name == kModeNames[i]) {
+            mode = i;
+            return true;
+        }
+    return false;
+}
+
+Outcome sell(verda_device* device, const Order& order, Observer& observer) {
+    return Sale(device, order, observer).run();
+}
+
+Outcome sell(verda_device* device, const Order& order) {
+    Observer none;
+    return sell(device, order, none);
+}
+
+}  // namespace receipt

@@ -1,0 +1,172 @@
+#ifndef VERDA_COMMON_RECEIPT_FLOW_H
+#define VERDA_COMMON_RECEIPT_FLOW_H
+
+// A whole receipt on one register through the C interface, for the programs
+// that sell (the tool's `verda receipt`, the server's receipts): one set of
+// types for its lines, adjustments and payments, and one sequence.
+//
+//   open ─► sale lines ─► free text lines ─► subtotal ─► payments ─► close
+//
+//   - A sale line is sold by name and price, or by its code in the
+//     register's article database, which holds its name, price, tax and
+//     department.
+//   - The receipt's discount or surcharge goes with the subtotal, whose
+//     total is then what is due.
+//   - A payment is of a given amount, or of what is still due: the total at
+//     first, then what the register answers is still due after each payment.
+//     Without payments the receipt is paid in cash, of what is due.
+//   - The register answers each payment with "D" while a sum is still due,
+//     "R" with the change once paid in full. A receipt still due after the
+//     last payment is not closed: its payments fall short (Failure::unpaid).
+//   - After a refusal, at any step once the receipt is open (closing
+//     included), the receipt is cancelled, so that the register is free
+//     again. After a lost link nothing more is tried: a cancel would only
+//     wait out the timeout once more, and the caller settles it.
+//   - Closing is the step that fiscalises the receipt: a link lost there
+//     leaves unknown whether the register has it, which only the register
+//     can tell afterwards (its last fiscal document in the drive).
+//
+// Not part of the library; it uses only capi/verda.h.
+
+#include <string>
+#include <vector>
+
+#include "capi/verda.h"
+
+namespace receipt {
+
+// The register's kinds of receipt, by the names the programs take: 0 sale,
+// 1 return, 2 purchase, 3 purchase-return.
+extern const char* const kTypeNames[4];
+
+// The register's payment modes are 0 to kLastMode; 0 and 1 have names.
+const int kLastMode = 5;
+// "cash" for 0, "card" for 1; null for the others.
+const char* modeName(int mode);
+// The mode of a name of modeName; false for any other text.
+bool modeByName(const std::string& name, int& mode);
+
+// A discount or a surcharge in the register's terms: kind '0' none, '1' a
+// discount in percent, '2' a discount as a sum, '3' and '4' the same for a
+// surcharge.
+struct Adjustment {
+    char kind = '0';
+    double value = 0;
+};
+
+// One sale line.
+struct Line {
+    int article = 0;   // a code of the register's article database; 0: sold by name
+    std::string name;  // UTF-8; by name only
+    double price = 0;  // by name only
+    double quantity = 1;
+    char tax = '1';         // the register's tax code, one byte; by name only
+    int department = 1;     // by name only
+    Adjustment adjustment;  // on this line
+    // Room for the line's unit, subject and payment method (Unit, Sign and
+    // SignPay of the register's sale), sent as 0 today.
+};
+
+// One payment.
+struct Payment {
+    int mode = 0;       // 0 cash, 1 card, up to kLastMode the register's others
+    double amount = 0;  // 0: what is still due
+};
+
+// Who works the register for the receipt.
+struct Cashier {
+    int number = 1;  // the register's operator
+    std::string password = "1";
+    int till = 1;
+    std::string name;  // UTF-8, printed; when given, the register works as its operator 30
+    // Room for the cashier's tax number (OperInn).
+};
+
+struct Order {
+    int type = 0;  // an index of kTypeNames
+    Cashier cashier;
+    std::vector<Line> lines;
+    std::vector<std::string> text;  // UTF-8 lines printed after the sale lines
+    Adjustment adjustment;          // on the whole receipt, with the subtotal
+    std::vector<Payment> payments;  // none: cash, what is due
+    // Room for the buyer's contact and the tax system (Buyer and VatSystem
+    // of the register's opening of a receipt).
+};
+
+// The steps of the sequence.
+enum class Stage { Open, Line, Text, Subtotal, Payment, Close };
+
+// What the register has answered so far.
+struct Progress {
+    int slip = 0;              // the receipt's number
+    double total = 0;          // the subtotal's, adjustment included
+    double due = 0;            // still to pay, from the subtotal on
+    std::vector<double> paid;  // the amount of each payment taken, as sent
+    bool changeGiven = false;  // the last payment was answered with change ("R")
+    double change = 0;
+};
+
+// A receipt closed by the register.
+struct Closed {
+    int slip = 0;
+    int fiscalDocument = 0;
+    std::string sign;  // the fiscal sign, UTF-8
+    int document = 0;  // as the register gives them with the closing: 0 when it gives none
+    int shift = 0;
+};
+
+// What became of the receipt after a failure.
+enum class Aftermath {
+    NotOpened,     // the register refused to open it
+    Cancelled,     // it was cancelled after the refusal
+    NotCancelled,  // the register refused to cancel it, or its link failed then
+    MaybeOpen,     // the link was lost (also while opening): it may be open
+    Unknown,       // the link was lost while closing: it may be fiscalised
+};
+
+struct Failure {
+    Stage stage = Stage::Open;
+    int index = -1;         // the line, text line or payment (its index in the order); -1 else
+    std::string operation;  // the C interface's operation, "RegisterSale"
+    int code = 0;           // its result; 0 when the payments fall short
+    bool unpaid = false;    // the payments fall short by Progress::due
+    Aftermath aftermath = Aftermath::NotOpened;
+    int cancelledSlip = 0;  // the number CancelFiscalInv gave
+
+    bool linkLost() const { return code == VERDA_EXCHANGE_FAILED; }
+};
+
+struct Outcome {
+    bool closed = false;
+    Progress progress;
+    Closed receipt;   // when closed
+    Failure failure;  // when not
+};
+
+// What a caller learns while the receipt runs. The flow calls each at most
+// once per step, on the caller's thread; an exception from one passes
+// through and stops the flow where it stands, without a cancel.
+class Observer {
+  public:
+    virtual ~Observer() = default;
+    // Before the first command that changes the register, the opening.
+    virtual void sending() {}
+    // After each step that the register took: a line, text line or payment
+    // with its index, the others with -1.
+    virtual void step(Stage /*stage*/, int /*index*/, const Progress& /*progress*/) {}
+    // Just before the closing, which may fiscalise the receipt.
+    virtual void closing(const Progress& /*progress*/) {}
+    // After every call of the C interface, with its result (for counting
+    // exchanges and failures).
+    virtual void called(const char* /*operation*/, int /*result*/) {}
+};
+
+// Runs the order on device, whose link is open and initialised
+// (verda_PrinterInit). Texts must suit the register: a line the C interface
+// refuses (VERDA_NOT_IN_CODE_PAGE) is a refusal of that line.
+Outcome sell(verda_device* device, const Order& order, Observer& observer);
+Outcome sell(verda_device* device, const Order& order);
+
+}  // namespace receipt
+
+#endif
