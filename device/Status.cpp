@@ -1,7 +1,7 @@
 // Status and device information: what state the register is in and what it is.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 

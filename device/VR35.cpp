@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "api/ResultCodes.h"
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "tools/stdTools.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"

@@ -40,7 +40,7 @@ major=$(cache CMAKE_PROJECT_VERSION_MAJOR)
 
 include=$usr/include/CorteliaVERDA
 # Of the protocol core only the frame format is public.
-for internal in device/Command.h api/Globals.h capi/Wrapper.h \
+for internal in device/OperationShape.h api/Globals.h capi/Wrapper.h \
     $(cd "$source" && ls wire/*.h | grep -vx wire/Frame.h); do
   if [ -e "$include/$internal" ]; then
     echo "check-installed: internal header $internal is installed" >&2

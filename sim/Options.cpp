@@ -2,7 +2,7 @@
 
 #include "common/Cp866.h"
 #include "common/Help.h"
-#include "sim/Text.h"
+#include "sim/Formats.h"
 #include "wire/Command.h"
 
 namespace sim {

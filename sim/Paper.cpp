@@ -1,7 +1,7 @@
 #include "sim/Paper.h"
 
 #include "common/Cp866.h"
-#include "sim/Text.h"
+#include "sim/Formats.h"
 
 namespace sim {
 

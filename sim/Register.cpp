@@ -132,7 +132,7 @@ std::string Register::execute(unsigned int command, const std::string& data) {
         if (!splitFields(data, fields)) throw Refusal{err::kSyntax};
         Reply out;
         (this->*handler)(Args(fields), out);
-        // ReadDeviceInfo answers without a result field (Device.cpp).
+        // ReadDeviceInfo answers without a result field (InfoAndSettings.cpp).
         return command == wire::number(wire::Command::ReadDeviceInfo) ? out.data()
                                                                       : "0\t" + out.data();
     } catch (const Refusal& refusal) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/Text.h"
+#include "sim/Formats.h"
 
 namespace sim {
 
@@ -70,7 +70,7 @@ struct ShiftTotals {
     Money byPayment[kKinds][kPayModes] = {};
     Counted receipts[kKinds];
     Counted cancelled, discounts, surcharges, corrections, cashIn, cashOut;
-    std::map<int, std::vector<Counted> > byOperator;  // 7 pairs, see Reports.cpp
+    std::map<int, std::vector<Counted> > byOperator;  // 7 pairs, see FiscalRecords.cpp
     int lines[kTaxGroups] = {};
 };
 
