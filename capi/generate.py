@@ -442,7 +442,7 @@ def py_wrap(head, items, tail, indent=None):
 
 def read_codes():
     """The result codes and VERDA_TEXT_MAX, as the C headers define them."""
-    text = (ROOT / "api" / "ResultCodes.h").read_text(encoding="utf-8")
+    text = (ROOT / "wire" / "ResultCodes.h").read_text(encoding="utf-8")
     text += (ROOT / "capi" / "verda.h").read_text(encoding="utf-8")
     codes = []
     for block in re.findall(r"enum verda_(?:result|interface)_code \{(.*?)\}", text, re.S):
@@ -464,7 +464,7 @@ def python_module(operations):
            "",
            "from ._call import Operation, Parameter",
            "",
-           "# The result codes (api/ResultCodes.h, capi/verda.h) and the size of a text output",
+           "# The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output",
            "# that is never cut (VERDA_TEXT_MAX)."]
     out.extend(f"{name} = {value}" for name, value in read_codes())
     for op in operations:

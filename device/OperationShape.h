@@ -23,10 +23,10 @@
 #include <sstream>
 #include <string>
 
-#include "api/ResultCodes.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 #include "wire/Command.h"
+#include "wire/ResultCodes.h"
 
 namespace cmd {
 

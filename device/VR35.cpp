@@ -4,13 +4,13 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "api/ResultCodes.h"
 #include "device/OperationShape.h"
 #include "tools/stdTools.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"
 #include "wire/Pause.h"
 #include "wire/ReplyScanner.h"
+#include "wire/ResultCodes.h"
 
 VR35::VR35()
     : seq(0x20),

@@ -15,7 +15,7 @@ source=$(realpath "$root")
 
 dump() {
   abidw --suppressions "$root/capi/abi.suppr" --header-file "$root/capi/verda.h" \
-    --header-file "$root/api/ResultCodes.h" --drop-private-types --drop-undefined-syms \
+    --header-file "$root/wire/ResultCodes.h" --drop-private-types --drop-undefined-syms \
     --no-corpus-path --no-comp-dir-path --no-show-locs --type-id-style hash "$lib" |
     sed "s#path='$source/#path='#"  # sources named from the tree's root, wherever it is
 }
