@@ -28,6 +28,12 @@ int readDeviceInfo(VR35& device, const char* name, const char* subCode, std::str
 
 }  // namespace
 
+// Whether the register answers: no data out, nothing but the result back.
+int VR35::CheckConnection() {
+    return cmd::run(*this, "CheckConnection", wire::Command::CheckConnection, cmd::Request(),
+                    cmd::noFields, cmd::Plain{"CheckConnection"});
+}
+
 int VR35::GetStatusFP(std::string& StatusBytes) {
     return cmd::run(
         *this, "GetStatusFP", wire::Command::GetStatusFP, cmd::Request(),

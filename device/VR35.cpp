@@ -4,7 +4,6 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "device/OperationShape.h"
 #include "tools/stdTools.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"
@@ -171,11 +170,4 @@ int VR35::GetLineLength() {
     if (model == "ВЕРДА 35V-Ф") return 32;
     if (model == "ЛАРН-100 Ф") return 32;
     return 32;
-}
-
-// --- Connection ------------------------------------------------------------------
-
-int VR35::CheckConnection() {
-    return cmd::run(*this, "CheckConnection", wire::Command::CheckConnection, cmd::Request(),
-                    cmd::noFields, cmd::Plain{"CheckConnection"});
 }
