@@ -4,8 +4,8 @@
 # version not yet released) and a throwaway C function written by hand (its
 # line under [by hand]) are added as ARCHITECTURE.md says; the files are
 # generated, the library is built, and the checks of the exports, the API
-# reference, the generated files and the ABI pass. The same C function given
-# the released version fails the ABI check.
+# reference, the generated files, the layers and the ABI pass. The same C
+# function given the released version fails the ABI check.
 # Usage: new_operation_test.sh SOURCE-ROOT
 set -euo pipefail
 source=$(cd "$1" && pwd)
@@ -58,14 +58,14 @@ cmake -S . -B build -DVERDA_WERROR=ON >"$work/configure.log" 2>&1 ||
   { cat "$work/configure.log" >&2; exit 1; }
 cmake --build build -j"${JOBS:-2}" --target CorteliaVERDA >"$work/build.log" 2>&1 ||
   { cat "$work/build.log" >&2; exit 1; }
-checks='^(exports|api_docs|capi_generated|capi_abi)$'
+checks='^(exports|api_docs|layers|capi_generated|capi_abi)$'
 (cd build && ctest -R "$checks" --output-on-failure) >"$work/checks.log" 2>&1 ||
   { cat "$work/checks.log" >&2; echo "new_operation_test: an added operation fails a check" >&2
     exit 1; }
 ran=$(grep -cE 'Test +#[0-9]+: ' "$work/checks.log")
-if [ "$ran" -ne 4 ]; then
+if [ "$ran" -ne 5 ]; then
   cat "$work/checks.log" >&2
-  echo "new_operation_test: $ran of the four checks ran" >&2
+  echo "new_operation_test: $ran of the five checks ran" >&2
   exit 1
 fi
 (cd build && ctest -R '^(exports|capi_abi)$' -V) | grep -E 'check-(exports|abi): ' | sed 's/^[0-9]*: //'
