@@ -169,8 +169,12 @@ std::string Register::status() const {
 
 // --- Shared steps ------------------------------------------------------------------
 
+long long Register::hostTime() const {
+    return identity_.clockStands ? 0 : static_cast<long long>(std::time(nullptr));
+}
+
 long long Register::now() const {
-    return static_cast<long long>(std::time(nullptr)) + state_.clockOffset;
+    return hostTime() + state_.clockOffset;
 }
 
 std::string Register::timeText(long long time) const {

@@ -64,6 +64,7 @@ class Register {
     bool printed() const { return printed_; }
     // Device time, seconds since the epoch.
     long long now() const;
+    long long hostTime() const;  // what the clock runs by: the host's, or 0 when it stands
 
   private:
     typedef void (Register::*Handler)(const Args&, Reply&);
