@@ -102,7 +102,8 @@ TEST(GoldenSessionFiles, AreTheSessions) {
     DIR* dir = opendir(folder().c_str());
     ASSERT_NE(dir, nullptr);
     const std::string suffix = ".session";
-    while (const dirent* entry = readdir(dir)) {
+    // readdir64: the 32-bit build's readdir gives up on 64-bit inode numbers.
+    while (const dirent64* entry = readdir64(dir)) {
         const std::string name = entry->d_name;
         if (name.size() > suffix.size() &&
             name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0)
