@@ -1,3 +1,5 @@
+// The exported lifecycle (Init, the opens and closes, Done) and the library's two
+// globals.
 #include "api/CorteliaVERDA.h"
 
 #include <pwd.h>
@@ -44,10 +46,6 @@ bool OpenSocket(std::string host, int port) {
 
 bool CloseSocket() {
     return vr35->CloseSocket();
-}
-
-bool CheckConnection() {
-    return verdaResult(vr35->CheckConnection());
 }
 
 }  // namespace VERDA

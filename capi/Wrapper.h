@@ -3,7 +3,7 @@
 
 // What every C function of capi/verda.h shares: the handle, the lock, the
 // guard that keeps exceptions inside, and the text conversions of inputs and
-// outputs. The operations' wrappers (capi/Operations.cpp, generated) read
+// outputs. The operations' wrappers (capi/OperationFunctions.cpp, generated) read
 // like their members:
 //
 //   return capi::run(d, [&](VR35& device) {

@@ -1,13 +1,16 @@
 #!/usr/bin/python3
-"""Makes the C interface's operation code and reference from capi/operations.txt.
+"""Makes the operations' code and reference from capi/operations.txt.
 
     capi/generate.py            rewrites the generated files
     capi/generate.py --check    exits 1, naming them, when any is stale
 
-Writes: the operation prototypes in capi/verda.h (between its BEGIN/END
-GENERATED lines), capi/Operations.cpp (the C wrappers, the operation list and
-verda_call), python/verda/_operations.py (the Python methods and results) and
-the reference part of docs/c-api.md (between its BEGIN/END GENERATED lines).
+Writes: capi/OperationFunctions.cpp (the C wrappers, the operation list and
+verda_call), the operation prototypes in capi/verda.h, the version nodes of
+every C function in cmake/exports.map, api/Forwards.cpp (the VERDA functions
+that only forward), python/verda/_operations.py (the Python methods and
+results), and the operations' reference in docs/c-api.md and docs/api.md;
+in the files that are not generated whole, between their BEGIN/END GENERATED
+lines. `cmake --build BUILD --target generate` runs it.
 """
 
 import keyword
@@ -19,7 +22,11 @@ import textwrap
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TABLE = ROOT / "capi" / "operations.txt"
 COMMANDS = ROOT / "wire" / "Command.h"
+API_HEADER = ROOT / "api" / "CorteliaVERDA.h"
+C_HEADER = ROOT / "capi" / "verda.h"
 WIDTH = 100
+# The VERDA function of an operation: generated, written by hand, or none.
+CXX_KINDS = ("forward", "by-hand", "-")
 
 # C++ type in the member -> (kind, direction it allows)
 TYPES = {
@@ -102,13 +109,29 @@ class Parameter:
         return [f"{C_VALUE[self.kind]}* {self.name}"]
 
 
+def version(line_number, name, since):
+    """since as the tuple that orders versions: "1.1" -> (1, 1)."""
+    if not re.fullmatch(r"\d+(\.\d+)*", since):
+        raise TableError(f"line {line_number}: {name}: since is a version such as 1 or 1.1, "
+                         f"not {since}")
+    return tuple(int(part) for part in since.split("."))
+
+
 class Operation:
-    def __init__(self, line_number, section, name, command, result, meaning):
+    def __init__(self, line_number, section, name, command, result, since, cxx, meaning):
         if result not in ("int", "bool"):
             raise TableError(f"line {line_number}: {name}: result is int or bool, not {result}")
+        if cxx not in CXX_KINDS:
+            raise TableError(f"line {line_number}: {name}: its VERDA function is one of "
+                             f"{', '.join(CXX_KINDS)}, not {cxx}")
+        if cxx == "forward" and result == "bool":
+            raise TableError(f"line {line_number}: {name}: a bool member's VERDA function is "
+                             "written by hand: a plain forward would reverse its sense")
         self.section, self.name, self.command, self.result = section, name, command, result
+        self.since, self.version, self.cxx = since, version(line_number, name, since), cxx
         self.meaning = meaning
         self.parameters = []
+        self.doc = []
         self.py = snake(name)
 
     def check(self):
@@ -136,18 +159,40 @@ class Operation:
         return self.name + "Result"
 
 
+class Table:
+    """What capi/operations.txt holds: the sections with their introductions,
+    the operations, and the C functions written by hand with their versions."""
+
+    def __init__(self):
+        self.sections, self.intro, self.operations, self.by_hand = [], {}, [], []
+
+
 def read_table():
-    sections, operations, section, operation = [], [], None, None
+    table, section, operation, by_hand = Table(), None, None, False
     for number, raw in enumerate(TABLE.read_text(encoding="utf-8").splitlines(), 1):
         line = raw.rstrip()
         if not line or line.lstrip().startswith("#"):
             continue
-        if line.startswith("== "):
-            section = line[3:].strip()
-            sections.append(section)
+        if line == "[by hand]":
+            by_hand = True
+        elif by_hand:
+            fields = line.split()
+            if len(fields) != 2 or not re.fullmatch(r"verda_\w+", fields[0]):
+                raise TableError(f"line {number}: a C function by hand: verda_name since")
+            table.by_hand.append((fields[0], fields[1], version(number, *fields)))
+        elif line.startswith("== "):
+            section, operation = line[3:].strip(), None
+            table.sections.append(section)
+            table.intro[section] = []
+        elif line == ">" or line.startswith("> "):
+            if section is None:
+                raise TableError(f"line {number}: reference text before the first section")
+            (operation.doc if operation else table.intro[section]).append(line[2:])
         elif line[0].isspace():
             if operation is None:
                 raise TableError(f"line {number}: a parameter outside an operation")
+            if operation.doc:
+                raise TableError(f"line {number}: a parameter after the reference text")
             fields = line.split(None, 4)
             if len(fields) != 5:
                 raise TableError(f"line {number}: Name Type Direction Form Meaning")
@@ -155,18 +200,18 @@ def read_table():
         else:
             if section is None:
                 raise TableError(f"line {number}: an operation before the first section")
-            fields = line.split(None, 3)
-            if len(fields) != 4:
-                raise TableError(f"line {number}: Name Command Result Meaning")
+            fields = line.split(None, 5)
+            if len(fields) != 6:
+                raise TableError(f"line {number}: Name Command Result Since C++ Meaning")
             operation = Operation(number, section, *fields)
-            operations.append(operation)
-    for operation in operations:
+            table.operations.append(operation)
+    for operation in table.operations:
         operation.check()
-    names = [o.name for o in operations]
+    names = [f"verda_{o.name}" for o in table.operations] + [f[0] for f in table.by_hand]
     duplicates = {n for n in names if names.count(n) > 1}
     if duplicates:
         raise TableError(f"described twice: {', '.join(sorted(duplicates))}")
-    return sections, operations
+    return table
 
 
 def read_commands():
@@ -224,7 +269,7 @@ def header_block(sections, operations):
     return "\n".join(out)
 
 
-# --- capi/Operations.cpp ----------------------------------------------------
+# --- capi/OperationFunctions.cpp -------------------------------------------
 
 def wrapper(op):
     """The C function of op over its VR35 member."""
@@ -442,7 +487,7 @@ def py_wrap(head, items, tail, indent=None):
 
 def read_codes():
     """The result codes and VERDA_TEXT_MAX, as the C headers define them."""
-    text = (ROOT / "api" / "ResultCodes.h").read_text(encoding="utf-8")
+    text = (ROOT / "wire" / "ResultCodes.h").read_text(encoding="utf-8")
     text += (ROOT / "capi" / "verda.h").read_text(encoding="utf-8")
     codes = []
     for block in re.findall(r"enum verda_(?:result|interface)_code \{(.*?)\}", text, re.S):
@@ -464,7 +509,7 @@ def python_module(operations):
            "",
            "from ._call import Operation, Parameter",
            "",
-           "# The result codes (api/ResultCodes.h, capi/verda.h) and the size of a text output",
+           "# The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output",
            "# that is never cut (VERDA_TEXT_MAX)."]
     out.extend(f"{name} = {value}" for name, value in read_codes())
     for op in operations:
@@ -545,6 +590,7 @@ def py_doc(text):
 
 def markdown(sections, operations, commands):
     out = []
+    first = min(op.version for op in operations)
     for section in sections:
         out.append(f"### {section}")
         out.append("")
@@ -555,7 +601,8 @@ def markdown(sections, operations, commands):
                 command = "No command of its own."
             else:
                 command = f"Command 0x{commands[op.command]:02X} (`{op.command}`)."
-            out.append(f"{op.meaning} {command} Python: `Device.{op.py}`.")
+            added = f" Added in `VERDA_{op.since}`." if op.version != first else ""
+            out.append(f"{op.meaning} {command} Python: `Device.{op.py}`.{added}")
             out.append("")
             out.append("```c")
             out.append(wrap(f"int verda_{op.name}(", op.c_params(), ");"))
@@ -572,6 +619,121 @@ def markdown(sections, operations, commands):
     return "\n".join(out)
 
 
+# --- cmake/exports.map ------------------------------------------------------
+
+def check_by_hand(table):
+    """Every C function that capi/verda.h declares outside its generated lines
+    has its version at the end of the table, and each there is declared."""
+    text = C_HEADER.read_text(encoding="utf-8")
+    start, stop = text.find(HEADER_BEGIN), text.find(HEADER_END)
+    if start < 0 or stop < start:
+        raise TableError(f"capi/verda.h: no lines {HEADER_BEGIN!r} ... {HEADER_END!r}")
+    hand = re.sub(r"/\*.*?\*/", "", text[:start] + text[stop:], flags=re.S)
+    declared = set(re.findall(r"^(?:const )?[a-z_]+[ *]+(verda_\w+)\(", hand, re.M))
+    listed = {name for name, _, _ in table.by_hand}
+    if declared - listed:
+        raise TableError("declared in capi/verda.h but without a version under [by hand]: " +
+                         ", ".join(sorted(declared - listed)))
+    if listed - declared:
+        raise TableError("under [by hand] but not declared in capi/verda.h: " +
+                         ", ".join(sorted(listed - declared)))
+
+
+def version_nodes(table):
+    """The linker's version nodes of the C functions: one per version, each
+    after the one before it, so that a program's reference to verda_X@VERDA_N
+    binds to the function that version has."""
+    nodes = {}
+    for op in table.operations:
+        nodes.setdefault(op.version, (op.since, []))[1].append(f"verda_{op.name}")
+    for name, since, key in table.by_hand:
+        nodes.setdefault(key, (since, []))[1].append(name)
+    out, previous = [], None
+    for key in sorted(nodes):
+        since, names = nodes[key]
+        out.append(f"VERDA_{since} {{")
+        out.append("  global:")
+        out.extend(f"    {name};" for name in sorted(names))
+        out.append(f"}} VERDA_{previous};" if previous else "};")
+        previous = since
+    return "\n".join(out)
+
+
+# --- api/Forwards.cpp -------------------------------------------------------
+
+def forwards_cpp(operations):
+    """The VERDA functions that hand their arguments to the member of their
+    name and keep its result. Each is defined with its qualified name, so that
+    one which api/CorteliaVERDA.h does not declare alike does not build."""
+    out = ["// Generated by capi/generate.py from capi/operations.txt: do not edit.",
+           "//",
+           "// The exported functions of VERDA that only forward: each hands its arguments",
+           "// to the driver's member of its name and keeps the result (api/Globals.h).",
+           "// Those that do more are written by hand: api/Irregular.cpp, and the",
+           "// lifecycle in api/CorteliaVERDA.cpp.",
+           "",
+           "// The generator lays this file out; clang-format would move its lines about.",
+           "// clang-format off",
+           "",
+           "#include <string>",
+           "",
+           '#include "api/CorteliaVERDA.h"',
+           '#include "api/Globals.h"',
+           '#include "device/VR35.h"',
+           ""]
+    for op in operations:
+        if op.cxx != "forward":
+            continue
+        out.append(wrap(f"bool VERDA::{op.name}(",
+                        [f"{p.cpp_type} {p.name}" for p in op.parameters], ") {"))
+        out.append(wrap(f"    return verdaResult(vr35->{op.name}(",
+                        [p.name for p in op.parameters], "));"))
+        out.append("}")
+        out.append("")
+    out.append("// clang-format on")
+    return "\n".join(out) + "\n"
+
+
+# --- docs/api.md ------------------------------------------------------------
+
+def api_declarations():
+    """The functions that api/CorteliaVERDA.h declares in VERDA: name ->
+    (result type, parameters as written)."""
+    text = re.sub(r"//[^\n]*", "", API_HEADER.read_text(encoding="utf-8"))
+    body = text[text.find("namespace VERDA {"):]
+    return {m.group(2): (m.group(1), [" ".join(p.split()) for p in m.group(3).split(",")
+                                      if p.strip()])
+            for m in re.finditer(r"^(\w+) (\w+)\(([^)]*)\);", body, re.M)}
+
+
+def api_reference(table):
+    """The entries of the VERDA functions, by section: the declaration as the
+    header has it, then the operation's reference text."""
+    declared = api_declarations()
+    out = []
+    for section in table.sections:
+        operations = [o for o in table.operations if o.section == section]
+        for op in operations:
+            if op.cxx == "-" and op.name in declared:
+                raise TableError(f"{op.name}: api/CorteliaVERDA.h declares it, the table "
+                                 "gives it no VERDA function")
+            if op.cxx != "-" and op.name not in declared:
+                raise TableError(f"{op.name}: its VERDA function ({op.cxx}) is not declared "
+                                 "in api/CorteliaVERDA.h")
+        operations = [o for o in operations if o.cxx != "-"]
+        if not operations:
+            continue
+        out += [f"## {section}", ""]
+        if table.intro[section]:
+            out += table.intro[section] + [""]
+        for op in operations:
+            result, parameters = declared[op.name]
+            out += [f"### VERDA::{op.name}", "", "```cpp",
+                    wrap(f"{result} {op.name}(", parameters, ");"), "```", ""]
+            out += (op.doc or [op.meaning]) + [""]
+    return "\n".join(out)
+
+
 # --- files ------------------------------------------------------------------
 
 def between(path, begin, end, block):
@@ -584,20 +746,34 @@ def between(path, begin, end, block):
     return head + "\n" + block.rstrip("\n") + "\n" + text[stop:]
 
 
+HEADER_BEGIN = "/* BEGIN GENERATED OPERATIONS (capi/generate.py from capi/operations.txt) */"
+HEADER_END = "/* END GENERATED OPERATIONS */"
+
+
 def outputs():
-    sections, operations = read_table()
+    table = read_table()
+    check_by_hand(table)
+    sections, operations = table.sections, table.operations
     commands = read_commands()
-    header = ROOT / "capi" / "verda.h"
-    reference = ROOT / "docs" / "c-api.md"
+    exports = ROOT / "cmake" / "exports.map"
+    c_reference = ROOT / "docs" / "c-api.md"
+    api_reference_file = ROOT / "docs" / "api.md"
     return {
-        header: between(header, "/* BEGIN GENERATED OPERATIONS (capi/generate.py from "
-                        "capi/operations.txt) */", "/* END GENERATED OPERATIONS */",
-                        "\n" + header_block(sections, operations)),
-        ROOT / "capi" / "Operations.cpp": operations_cpp(operations, commands),
+        ROOT / "capi" / "OperationFunctions.cpp": operations_cpp(operations, commands),
+        C_HEADER: between(C_HEADER, HEADER_BEGIN, HEADER_END,
+                          "\n" + header_block(sections, operations)),
+        exports: between(exports, "/* BEGIN GENERATED VERSION NODES (capi/generate.py from "
+                         "capi/operations.txt) */", "/* END GENERATED VERSION NODES */",
+                         version_nodes(table)),
+        ROOT / "api" / "Forwards.cpp": forwards_cpp(operations),
         ROOT / "python" / "verda" / "_operations.py": python_module(operations),
-        reference: between(reference, "<!-- BEGIN GENERATED REFERENCE -->",
-                           "<!-- END GENERATED REFERENCE -->",
-                           "\n" + markdown(sections, operations, commands) + "\n"),
+        c_reference: between(c_reference, "<!-- BEGIN GENERATED REFERENCE -->",
+                             "<!-- END GENERATED REFERENCE -->",
+                             "\n" + markdown(sections, operations, commands) + "\n"),
+        api_reference_file: between(api_reference_file, "<!-- BEGIN GENERATED REFERENCE "
+                                    "(capi/generate.py from capi/operations.txt) -->",
+                                    "<!-- END GENERATED REFERENCE -->",
+                                    "\n" + api_reference(table) + "\n"),
     }
 
 

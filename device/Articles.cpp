@@ -3,7 +3,7 @@
 // Quantity) and read back with four (Price, Value1 to Value3); the two forms
 // differ on purpose. Character fields are read from the second byte of their
 // field, while writing sends the bare byte.
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 #include "wire/Firmware.h"

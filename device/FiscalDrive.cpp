@@ -4,7 +4,7 @@
 #include <ostream>
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/Outputs.h"
 #include "device/VR35.h"
 

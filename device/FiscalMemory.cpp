@@ -3,7 +3,7 @@
 #include <ostream>
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 
 // The inspector's password reaches the log in clear, as service staff expect.

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "tools/stdTools.h"
 
 namespace cmd {

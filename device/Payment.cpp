@@ -1,7 +1,7 @@
 // Subtotal, payment and correction of an open receipt, and cash in and out.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 

@@ -3,7 +3,7 @@
 #include <ostream>
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 
 int VR35::DisplayLower(std::string Text) {

@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "tools/stdTools.h"
 
 namespace cmd {

@@ -2,7 +2,7 @@
 // power, and the trading group and department queries.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 

@@ -1,4 +1,4 @@
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "wire/ErrorCatalogue.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"

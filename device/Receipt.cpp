@@ -2,7 +2,7 @@
 // cancelling. The device alone knows whether a receipt is open.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 #include "wire/Firmware.h"

@@ -2,7 +2,7 @@
 #include <cmath>
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/PrintText.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"

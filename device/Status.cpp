@@ -1,7 +1,7 @@
 // Status and device information: what state the register is in and what it is.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 
@@ -27,6 +27,12 @@ int readDeviceInfo(VR35& device, const char* name, const char* subCode, std::str
 }
 
 }  // namespace
+
+// Whether the register answers: no data out, nothing but the result back.
+int VR35::CheckConnection() {
+    return cmd::run(*this, "CheckConnection", wire::Command::CheckConnection, cmd::Request(),
+                    cmd::noFields, cmd::Plain{"CheckConnection"});
+}
 
 int VR35::GetStatusFP(std::string& StatusBytes) {
     return cmd::run(

@@ -4,13 +4,12 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "api/ResultCodes.h"
-#include "device/Command.h"
 #include "tools/stdTools.h"
 #include "transport/ComPort.h"
 #include "transport/SocketPort.h"
 #include "wire/Pause.h"
 #include "wire/ReplyScanner.h"
+#include "wire/ResultCodes.h"
 
 VR35::VR35()
     : seq(0x20),
@@ -171,11 +170,4 @@ int VR35::GetLineLength() {
     if (model == "ВЕРДА 35V-Ф") return 32;
     if (model == "ЛАРН-100 Ф") return 32;
     return 32;
-}
-
-// --- Connection ------------------------------------------------------------------
-
-int VR35::CheckConnection() {
-    return cmd::run(*this, "CheckConnection", wire::Command::CheckConnection, cmd::Request(),
-                    cmd::noFields, cmd::Plain{"CheckConnection"});
 }

@@ -58,10 +58,8 @@ class VR35 : public CPrinter {
     bool PrintLine(std::wstring text) override;
     int GetLineLength() override;
 
-    // --- Connection ---------------------------------------------------------
+    // --- Connection, status and device information --------------------------------
     int CheckConnection();
-
-    // --- Status and device information -------------------------------------------
     int GetStatusFP(std::string& StatusBytes);
     int GetStatusShift(bool& ShiftIsOpen, bool& Shift24h, int& ShiftTime);
     int FiscalTransactionsStatus(char& IsOpen, int& Number, int& Items, double& Amount,

@@ -6,7 +6,9 @@
 #   - every function that the public API header declares in the namespace
 #     VERDA is exported;
 #   - every function of the C interface (capi/verda.h) is exported under the
-#     version node VERDA_1 (cmake/exports.map), and nothing else is.
+#     version node that the linker's script gives it (cmake/exports.map,
+#     generated from the versions in capi/operations.txt), and no other
+#     verda_ function is exported.
 # Usage: check-exports.sh LIBRARY SOURCE-ROOT PUBLIC-HEADER...
 #        (headers relative to SOURCE-ROOT, as installed)
 set -euo pipefail
@@ -14,6 +16,7 @@ lib=$1 root=$2
 shift 2
 api=api/CorteliaVERDA.h
 capi=capi/verda.h
+map=cmake/exports.map
 
 # The identifiers in the code of the public headers, comments removed: the
 # names a client sees.
@@ -79,19 +82,45 @@ if [ -z "$c_functions" ]; then
   echo "check-exports: no verda_ function found in $capi" >&2
   exit 1
 fi
-c_exported=$(grep -E '@@VERDA_1$' <<<"$versioned" | sed 's/@.*$//' | sort -u)
-missing=$(comm -23 <(echo "$c_functions") <(echo "$c_exported"))
-extra=$(comm -13 <(echo "$c_functions") <(echo "$c_exported"))
+# Their nodes in the linker's script, "verda_name@@VERDA_N", comments removed.
+nodes=$(awk '
+  { line = $0; out = ""
+    while (line != "") {
+      if (comment) { i = index(line, "*/"); if (!i) line = ""; else { line = substr(line, i + 2); comment = 0 } }
+      else { i = index(line, "/*"); if (!i) { out = out line; line = "" }
+             else { out = out substr(line, 1, i - 1); line = substr(line, i + 2); comment = 1 } }
+    }
+    $0 = out }
+  $0 ~ /^[A-Za-z_][A-Za-z0-9_.]*[ \t]*\{/ { node = $1; next }
+  $0 ~ /^\}/ { node = ""; next }
+  node ~ /^VERDA_/ && $1 ~ /^verda_[A-Za-z0-9_]+;$/ { sub(/;$/, "", $1); print $1 "@@" node }
+' "$root/$map" | sort -u)
+mapped=$(sed 's/@.*$//' <<<"$nodes" | sort -u)
+missing=$(comm -23 <(echo "$c_functions") <(echo "$mapped"))
+extra=$(comm -13 <(echo "$c_functions") <(echo "$mapped"))
 if [ -n "$missing" ]; then
-  echo "check-exports: declared in $capi but not exported as @@VERDA_1:" $missing >&2
+  echo "check-exports: declared in $capi but in no version node of $map" \
+       "(give each its version in capi/operations.txt):" $missing >&2
   bad=1
 fi
 if [ -n "$extra" ]; then
-  echo "check-exports: exported as @@VERDA_1 but not declared in $capi:" $extra >&2
+  echo "check-exports: in a version node of $map but not declared in $capi:" $extra >&2
   bad=1
 fi
+c_exported=$(grep -E '^verda_' <<<"$versioned" | sort -u || true)
+wrong=$(comm -13 <(echo "$nodes") <(echo "$c_exported"))
+absent=$(comm -23 <(echo "$nodes") <(echo "$c_exported"))
+if [ -n "$wrong" ]; then
+  echo "check-exports: exported, but not as $map says:" $wrong >&2
+  bad=1
+fi
+if [ -n "$absent" ]; then
+  echo "check-exports: not exported as $map says:" $absent >&2
+  bad=1
+fi
+per_node=$(sed 's/^.*@@//' <<<"$nodes" | sort | uniq -c | awk '{ printf "%s%s: %s", sep, $2, $1; sep = ", " }')
 
 [ $bad -eq 0 ] && echo "check-exports: $(wc -l <<<"$demangled") symbols exported," \
                        "all declared in the public headers; $(wc -w <<<"$verda") VERDA functions;" \
-                       "$(wc -w <<<"$c_functions") C functions at VERDA_1"
+                       "$(wc -w <<<"$c_functions") C functions at their nodes ($per_node)"
 exit $bad

@@ -39,9 +39,9 @@ major=$(cache CMAKE_PROJECT_VERSION_MAJOR)
   echo "check-installed: libCorteliaVERDA.so and .so.$major links missing in $libdir" >&2; exit 1; }
 
 include=$usr/include/CorteliaVERDA
-# Of the protocol core only the frame format is public.
-for internal in device/Command.h api/Globals.h capi/Wrapper.h \
-    $(cd "$source" && ls wire/*.h | grep -vx wire/Frame.h); do
+# Of the protocol core only the frame format and the result codes are public.
+for internal in device/OperationShape.h api/Globals.h capi/Wrapper.h \
+    $(cd "$source" && ls wire/*.h | grep -vx -e wire/Frame.h -e wire/ResultCodes.h); do
   if [ -e "$include/$internal" ]; then
     echo "check-installed: internal header $internal is installed" >&2
     exit 1
@@ -52,9 +52,13 @@ for header in $headers; do
   echo "#include \"$header\"" | g++ -std=c++17 "${cxxflags[@]}" -fsyntax-only -Wall -Wextra \
     -Werror $(pkg-config --cflags CorteliaVERDA) -x c++ -
 done
-gcc -std=c99 -pedantic "${cxxflags[@]}" -fsyntax-only -Wall -Wextra -Werror \
-  $(pkg-config --cflags CorteliaVERDA) -x c - <<<'#include "capi/verda.h"'
-say "$(wc -w <<<"$headers") headers compile on their own, capi/verda.h also as C99"
+# The headers that C programs include.
+c_headers="capi/verda.h api/ResultCodes.h wire/ResultCodes.h"
+for header in $c_headers; do
+  gcc -std=c99 -pedantic "${cxxflags[@]}" -fsyntax-only -Wall -Wextra -Werror \
+    $(pkg-config --cflags CorteliaVERDA) -x c - <<<"#include \"$header\""
+done
+say "$(wc -w <<<"$headers") headers compile on their own, $c_headers also as C99"
 
 # sell_receipt needs the selling functions; a tree without them builds the
 # other examples only.

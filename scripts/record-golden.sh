@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Records the golden session, tests/golden/shift.session, again: a whole
-# shift run through the library against a fresh verda-sim, every exchange's
-# bytes with what each call handed back and logged. tests/golden_test.cpp
-# replays it against the driver and against the simulator.
+# Records the golden sessions again, tests/golden/NAME.session, one for each
+# area (tests/support/Golden.cpp): calls run through the library against a
+# fresh verda-sim whose clock stands, every exchange's bytes with what each
+# call handed back and logged; recording twice gives the same files.
+# tests/golden_test.cpp replays them against the driver and the simulator.
 #
 # Run it only when the simulator changes on purpose (its replies, numbers or
 # texts), then read the difference (git diff tests/golden) before committing
@@ -17,5 +18,5 @@ install_missing cmake g++ googletest libcli11-dev nlohmann-json3-dev
 build=${1:-build/golden}
 cmake -S . -B "$build" >/dev/null
 cmake --build "$build" -j"${JOBS:-2}" --target verda_golden_record >/dev/null
-"$build/tests/verda_golden_record" tests/golden/shift.session
-git --no-pager diff --stat -- tests/golden/shift.session
+"$build/tests/verda_golden_record" tests/golden
+git --no-pager status --short -- tests/golden

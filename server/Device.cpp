@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include "Metrics.h"
-#include "api/ResultCodes.h"
+#include "wire/ResultCodes.h"
 
 namespace server {
 

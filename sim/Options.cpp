@@ -2,7 +2,7 @@
 
 #include "wire/RegisterText.h"
 #include "common/Help.h"
-#include "sim/Text.h"
+#include "sim/Formats.h"
 #include "wire/Command.h"
 
 namespace sim {
@@ -49,7 +49,7 @@ const int kRateCount = sizeof kRates / sizeof kRates[0];
 struct Typed {
     bool pty = false;
     std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs, hangUpAfter,
-                     hangUpMs;
+                     hangUpMs, clock;
     std::string rates[kRateCount];
 };
 
@@ -86,6 +86,10 @@ void declare(CLI::App& app, Options& o, Typed& t) {
     app.add_flag_callback(
         "--ofd-offline", [&o] { o.identity.ofdOnline = false; },
         "documents stay in the queue for the data operator");
+    text("--clock", t.clock, "TIME",
+         "the clock stands at TIME, \"DD.MM.YYYY HH:MM:SS\", so\n"
+         "that a run gives the same bytes each time;\n"
+         "SetDateTime moves it (not with --state)");
     text("--baud", t.baud, "N", "pace replies as on an 8N1 line at N bit/s");
     text("--seed", t.seed, "N", "seed of the fault generator (default 1)");
     for (int i = 0; i < kRateCount; ++i)
@@ -210,6 +214,16 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
     }
     if (app.count("--hang-up-after") != 0 && !hangUpAfter(t.hangUpAfter, o.hangUp))
         return bad("--hang-up-after", t.hangUpAfter);
+    if (app.count("--clock") != 0) {
+        bool dateOnly = false;
+        if (!parseTime(t.clock, false, o.clock, dateOnly) || dateOnly)
+            return bad("--clock", t.clock);
+        if (!o.stateFile.empty()) {
+            error = "--clock and --state do not go together";
+            return false;
+        }
+        o.identity.clockStands = true;
+    }
     if (app.count("--hang-up-ms") != 0) {
         if (!number(t.hangUpMs, 0, 600000, n)) return bad("--hang-up-ms", t.hangUpMs);
         o.hangUp.ms = static_cast<int>(n);

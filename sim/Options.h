@@ -23,7 +23,8 @@ struct Options {
     std::string serial;         // of a fresh register; empty keeps the default
     FaultRates faults;
     unsigned int seed = 1;
-    long baud = 0;  // 0: no pacing
+    long long clock = 0;  // with identity.clockStands: the time it stands at (parseTime)
+    long baud = 0;        // 0: no pacing
     HangUp hangUp;
     bool help = false;     // --help: show usage() and stop
     bool version = false;  // --version

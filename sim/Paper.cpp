@@ -1,7 +1,7 @@
 #include "sim/Paper.h"
 
+#include "sim/Formats.h"
 #include "wire/RegisterText.h"
-#include "sim/Text.h"
 
 namespace sim {
 

@@ -132,7 +132,7 @@ std::string Register::execute(unsigned int command, const std::string& data) {
         if (!splitFields(data, fields)) throw Refusal{err::kSyntax};
         Reply out;
         (this->*handler)(Args(fields), out);
-        // ReadDeviceInfo answers without a result field (Device.cpp).
+        // ReadDeviceInfo answers without a result field (InfoAndSettings.cpp).
         return command == wire::number(wire::Command::ReadDeviceInfo) ? out.data()
                                                                       : "0\t" + out.data();
     } catch (const Refusal& refusal) {
@@ -169,8 +169,12 @@ std::string Register::status() const {
 
 // --- Shared steps ------------------------------------------------------------------
 
+long long Register::hostTime() const {
+    return identity_.clockStands ? 0 : static_cast<long long>(std::time(nullptr));
+}
+
 long long Register::now() const {
-    return static_cast<long long>(std::time(nullptr)) + state_.clockOffset;
+    return hostTime() + state_.clockOffset;
 }
 
 std::string Register::timeText(long long time) const {

@@ -64,6 +64,7 @@ class Register {
     bool printed() const { return printed_; }
     // Device time, seconds since the epoch.
     long long now() const;
+    long long hostTime() const;  // what the clock runs by: the host's, or 0 when it stands
 
   private:
     typedef void (Register::*Handler)(const Args&, Reply&);
@@ -96,7 +97,7 @@ class Register {
     std::string param(const std::string& name, int index) const;
     Counted& operatorTotal(int op, int slot);
 
-    // Device information and settings (Device.cpp).
+    // Device information and settings (InfoAndSettings.cpp).
     void CheckConnection(const Args&, Reply&);
     void Display(const Args&, Reply&);
     void Silent(const Args&, Reply&);
@@ -144,7 +145,7 @@ class Register {
     std::string formattedText(const Args& in) const;
     void endReceipt(char journalType, int fd);
 
-    // Reports, fiscal memory, fiscal drive and journal (Reports.cpp).
+    // Reports, fiscal memory, fiscal drive and journal (FiscalRecords.cpp).
     void PrintReport(const Args&, Reply&);
     void ReportOnTaxRates(const Args&, Reply&);
     void LatestFiscalRecord(const Args&, Reply&);
@@ -171,7 +172,7 @@ class Register {
     void fiscalReport(const Args& in, bool byDate, Reply& out);
     void requireInspector(const std::string& password) const;
 
-    // The article database (Articles.cpp).
+    // The article database (ArticleDatabase.cpp).
     void ArticleDatabase(const Args&, Reply&);
     void writeArticle(const Args& in);
     void articleRecord(int plu, const Article& article, bool longForm, Reply& out) const;

@@ -66,11 +66,12 @@ bool Simulator::load(std::string& error) {
         !loadStateFile(options_.stateFile, state_, found, converted, error))
         return false;
     if (!found) {
-        // A fresh register: its clock shows local time.
+        // A fresh register: its clock shows local time, or stands where
+        // --clock put it.
         const std::time_t t = std::time(nullptr);
         std::tm local;
         localtime_r(&t, &local);
-        state_.clockOffset = local.tm_gmtoff;
+        state_.clockOffset = options_.identity.clockStands ? options_.clock : local.tm_gmtoff;
         state_.fiscalized = !options_.unfiscalized;
         if (!options_.serial.empty()) state_.serial = options_.serial;
         return true;

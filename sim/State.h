@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/Text.h"
+#include "sim/Formats.h"
 
 namespace sim {
 
@@ -31,6 +31,9 @@ struct Identity {
     std::string fnNumber = "9999078900012345";
     int columns = 32;
     bool ofdOnline = true;  // the data operator takes one queued document per command
+    // The clock stands (--clock): the register's time is State::clockOffset
+    // itself, seconds as parseTime gives them, and moves only by SetDateTime.
+    bool clockStands = false;
 };
 
 struct Line {
@@ -70,7 +73,7 @@ struct ShiftTotals {
     Money byPayment[kKinds][kPayModes] = {};
     Counted receipts[kKinds];
     Counted cancelled, discounts, surcharges, corrections, cashIn, cashOut;
-    std::map<int, std::vector<Counted> > byOperator;  // 7 pairs, see Reports.cpp
+    std::map<int, std::vector<Counted> > byOperator;  // 7 pairs, see FiscalRecords.cpp
     int lines[kTaxGroups] = {};
 };
 
@@ -120,7 +123,7 @@ struct State {
     std::string taxNumber = "7700000000";
     std::string regNumber = "0000000001012345";
     bool fiscalized = true;
-    long long clockOffset = 0;  // device time minus host time, in seconds
+    long long clockOffset = 0;  // device time minus host time, in seconds (Register::now)
     long long lastDocTime = 0;
 
     // Counters.

@@ -183,6 +183,10 @@ TEST(SimOptions, BadInputGivesAMessage) {
          "bad value for --hang-up-after: CloseFiscalInv:0"},
         {{"--pty", "--hang-up-after", "256"}, "bad value for --hang-up-after: 256"},
         {{"--pty", "--hang-up-ms", "-1"}, "bad value for --hang-up-ms: -1"},
+        {{"--pty", "--clock", "31.02.2026 10:00:00"}, "bad value for --clock: 31.02.2026 10:00:00"},
+        {{"--pty", "--clock", "01.03.2026"}, "bad value for --clock: 01.03.2026"},
+        {{"--pty", "--state", "r.state", "--clock", "01.03.2026 10:00:00"},
+         "--clock and --state do not go together"},
         {{"--pty", "--frobnicate"}, "unknown option --frobnicate"},
         {{"--pty", "extra"}, "unexpected argument extra"},
     };

@@ -354,6 +354,35 @@ TEST_P(SimFresh, FiscalizationOpensTheWayToSelling) {
 
 VERDA_TCP_ONLY(SimFresh);
 
+// A clock that stands (--clock), for recordings that must come out the same
+// each time: documents, journal and shift age all see the one time, until
+// SetDateTime moves it.
+class SimStandingClock : public SimTest {
+    void configure(sim::Options& o) override {
+        sim::Options parsed;
+        std::string error;
+        ASSERT_TRUE(sim::parseOptions({"--pty", "--clock", "01.03.2026 10:00:00"}, parsed, error))
+            << error;
+        o.identity.clockStands = parsed.identity.clockStands;
+        o.clock = parsed.clock;
+    }
+};
+
+TEST_P(SimStandingClock, ShowsTheTimeItWasSetTo) {
+    EXPECT_EQ(ok(0x3E, ""), (Fields{"01.03.2026 10:00:00"}));
+    ok(0x30, kShift);
+    EXPECT_EQ(ok(0x4B, ""), (Fields{"1", "0", "0"}));
+    converse({
+        {0x3D, "01.03.2026 09:00:00\t", "-101008\t"},  // not before the last document
+        {0x3D, "02.03.2026 11:00:00\t", "0\t"},
+    });
+    EXPECT_EQ(ok(0x3E, ""), (Fields{"02.03.2026 11:00:00"}));
+    EXPECT_EQ(ok(0x4B, ""), (Fields{"1", "1", "1500"}));  // 25 hours
+    EXPECT_NE(ok(0x7D, "0\t1\t0\t").at(2).find("01.03.2026 10:00"), std::string::npos);
+}
+
+VERDA_TCP_ONLY(SimStandingClock);
+
 // The older firmware generations, as the driver tells them: the six-field
 // opening and the seven-field sale belong to revision 944123 alone, the short
 // article record to it and every revision below.

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <iterator>
 
-#include "api/ResultCodes.h"
+#include "wire/ResultCodes.h"
 
 namespace {
 

@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 from ._call import Operation, Parameter
 
-# The result codes (api/ResultCodes.h, capi/verda.h) and the size of a text output
+# The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output
 # that is never cut (VERDA_TEXT_MAX).
 OK = 0
 EXCHANGE_FAILED = 100001

@@ -1,7 +1,7 @@
-// Records the golden session: the shift's calls run through the library
+// Records the golden sessions: each session's calls run through the library
 // against a fresh simulated register, with a scripted device in between that
-// passes each request on and keeps it with its reply. Run by
-// scripts/record-golden.sh.
+// passes each request on and keeps it with its reply; DIRECTORY/NAME.session
+// for each. Run by scripts/record-golden.sh.
 #include <cstdio>
 #include <mutex>
 
@@ -13,16 +13,15 @@
 #include "support/Sim.h"
 #include "support/TestLog.h"
 
-int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s SESSION-FILE\n", argv[0]);
-        return 2;
-    }
-    sim::Simulator simulator(golden::registerOptions());
+namespace {
+
+// One session recorded into path; false with a message.
+bool record(const golden::Session& session, const std::string& path) {
+    sim::Simulator simulator(golden::registerOptions(session));
     std::string error;
     if (!simulator.start(error)) {
-        std::fprintf(stderr, "%s\n", error.c_str());
-        return 1;
+        std::fprintf(stderr, "%s: %s\n", session.name.c_str(), error.c_str());
+        return false;
     }
     std::thread serving([&simulator] {
         std::string ignored;
@@ -46,7 +45,7 @@ int main(int argc, char** argv) {
     VERDA::setTimeOut(500);
     captureStdout([&] { VERDA::OpenSocket("127.0.0.1", device.port()); });
     std::vector<golden::Step> steps;
-    for (const golden::Call& call : golden::shift()) {
+    for (const golden::Call& call : session.calls) {
         const size_t logged = logLines(home.path() + "CorteliaVERDA.log").size();
         golden::Step step{call.operation, call.run(), {}, {}};
         const std::vector<std::string> log = logLines(home.path() + "CorteliaVERDA.log");
@@ -57,11 +56,24 @@ int main(int argc, char** argv) {
     }
     VERDA::CloseSocket();
     VERDA::Done();
+    vr35 = nullptr;
     simulator.stop();
     serving.join();
-    if (!golden::write(argv[1], steps)) {
-        std::fprintf(stderr, "cannot write %s\n", argv[1]);
-        return 1;
+    if (!golden::write(path, session, steps)) {
+        std::fprintf(stderr, "cannot write %s\n", path.c_str());
+        return false;
     }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s DIRECTORY\n", argv[0]);
+        return 2;
+    }
+    for (const golden::Session& session : golden::sessions())
+        if (!record(session, std::string(argv[1]) + "/" + session.name + ".session")) return 1;
     return 0;
 }

@@ -2,7 +2,7 @@
 // 0x7D. Nothing is cleared and no value is logged.
 #include <string>
 
-#include "device/Command.h"
+#include "device/OperationShape.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 

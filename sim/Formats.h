@@ -1,5 +1,5 @@
-#ifndef VERDA_SIM_TEXT_H
-#define VERDA_SIM_TEXT_H
+#ifndef VERDA_SIM_FORMATS_H
+#define VERDA_SIM_FORMATS_H
 
 // Text and number tools of the simulated register. The register keeps its
 // text in CP866, as the real one does; UTF-8 appears only at its edges (the

@@ -1,5 +1,5 @@
-#ifndef VERDA_DEVICE_COMMAND_H
-#define VERDA_DEVICE_COMMAND_H
+#ifndef VERDA_DEVICE_OPERATIONSHAPE_H
+#define VERDA_DEVICE_OPERATIONSHAPE_H
 
 // The one shape of a device operation, shared by every VR35 command:
 //
@@ -23,10 +23,10 @@
 #include <sstream>
 #include <string>
 
-#include "api/ResultCodes.h"
 #include "device/VR35.h"
 #include "tools/stdTools.h"
 #include "wire/Command.h"
+#include "wire/ResultCodes.h"
 
 namespace cmd {
 

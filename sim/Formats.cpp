@@ -1,4 +1,4 @@
-#include "sim/Text.h"
+#include "sim/Formats.h"
 
 #include <cmath>
 #include <cstdio>
