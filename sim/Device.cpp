@@ -1,5 +1,4 @@
 // Device information, settings and peripherals of the simulated register.
-#include <ctime>
 
 #include "sim/Register.h"
 
@@ -93,7 +92,7 @@ void Register::SetDateTime(const Args& in, Reply&) {
     if (!parseTime(in.text(0), false, wanted, dateOnly) || dateOnly)
         throw Refusal{err::kWrongDateTime};
     if (wanted < state_.lastDocTime) throw Refusal{err::kWrongTime};
-    state_.clockOffset = wanted - static_cast<long long>(std::time(nullptr));
+    state_.clockOffset = wanted - hostTime();
 }
 
 void Register::GetDateTime(const Args&, Reply& out) {

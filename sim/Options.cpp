@@ -48,8 +48,8 @@ const int kRateCount = sizeof kRates / sizeof kRates[0];
 // so that every bad value gets the same message.
 struct Typed {
     bool pty = false;
-    std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs, hangUpAfter,
-                     hangUpMs;
+    std::string tcp, model = kDefaultModel, firmware, columns, clock, baud, seed, delayMs,
+                     hangUpAfter, hangUpMs;
     std::string rates[kRateCount];
 };
 
@@ -82,6 +82,9 @@ void declare(CLI::App& app, Options& o, Typed& t) {
     text("--device-number", o.identity.deviceNumber, "TEXT", "device number");
     text("--fn-number", o.identity.fnNumber, "TEXT", "fiscal drive number");
     text("--columns", t.columns, "32|48", "paper width (default 48 for \"ЛАРН-1000 Ф\", else 32)");
+    text("--clock", t.clock, "TIME",
+         "stop the clock at TIME, \"DD.MM.YYYY HH:MM:SS\", so that\n"
+         "each run prints the same paper (SetDateTime still\nsets it)");
     app.add_flag("--unfiscalized", o.unfiscalized, "a fresh register starts before fiscalization");
     app.add_flag_callback(
         "--ofd-offline", [&o] { o.identity.ofdOnline = false; },
@@ -195,6 +198,11 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
         o.identity.columns = t.columns == "48" ? 48 : 32;
     } else {
         o.identity.columns = t.model == kWideModel ? 48 : 32;
+    }
+    if (app.count("--clock") != 0) {
+        bool dateOnly = false;
+        if (!parseTime(t.clock, false, o.identity.stoppedClock, dateOnly) || dateOnly)
+            return bad("--clock", t.clock);
     }
     if (app.count("--baud") != 0) {
         if (!number(t.baud, 50, 10000000, n)) return bad("--baud", t.baud);

@@ -170,7 +170,12 @@ std::string Register::status() const {
 // --- Shared steps ------------------------------------------------------------------
 
 long long Register::now() const {
-    return static_cast<long long>(std::time(nullptr)) + state_.clockOffset;
+    return hostTime() + state_.clockOffset;
+}
+
+long long Register::hostTime() const {
+    if (identity_.stoppedClock >= 0) return identity_.stoppedClock;
+    return static_cast<long long>(std::time(nullptr));
 }
 
 std::string Register::timeText(long long time) const {

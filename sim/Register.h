@@ -64,6 +64,8 @@ class Register {
     bool printed() const { return printed_; }
     // Device time, seconds since the epoch.
     long long now() const;
+    // The host time that the device's clock runs on (see Identity).
+    long long hostTime() const;
 
   private:
     typedef void (Register::*Handler)(const Args&, Reply&);

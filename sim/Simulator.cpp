@@ -66,11 +66,14 @@ bool Simulator::load(std::string& error) {
         !loadStateFile(options_.stateFile, state_, found, converted, error))
         return false;
     if (!found) {
-        // A fresh register: its clock shows local time.
-        const std::time_t t = std::time(nullptr);
-        std::tm local;
-        localtime_r(&t, &local);
-        state_.clockOffset = local.tm_gmtoff;
+        // A fresh register: its clock shows local time, or the moment that
+        // --clock stopped it at.
+        if (options_.identity.stoppedClock < 0) {
+            const std::time_t t = std::time(nullptr);
+            std::tm local;
+            localtime_r(&t, &local);
+            state_.clockOffset = local.tm_gmtoff;
+        }
         state_.fiscalized = !options_.unfiscalized;
         if (!options_.serial.empty()) state_.serial = options_.serial;
         return true;

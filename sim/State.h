@@ -31,6 +31,9 @@ struct Identity {
     std::string fnNumber = "9999078900012345";
     int columns = 32;
     bool ofdOnline = true;  // the data operator takes one queued document per command
+    // --clock: the host time that the register's clock stands on, so that
+    // every run prints the same paper; -1: the host's clock, which runs.
+    long long stoppedClock = -1;
 };
 
 struct Line {

@@ -178,6 +178,8 @@ TEST(SimOptions, BadInputGivesAMessage) {
         {{"--pty", "--columns", "40"}, "bad value for --columns: 40"},
         {{"--pty", "--nak", "1.5"}, "bad value for --nak: 1.5"},
         {{"--pty", "--baud", "fast"}, "bad value for --baud: fast"},
+        {{"--pty", "--clock", "01.06.2026"}, "bad value for --clock: 01.06.2026"},
+        {{"--pty", "--clock", "31.02.2026 10:00:00"}, "bad value for --clock: 31.02.2026 10:00:00"},
         {{"--pty", "--hang-up-after", "Nope"}, "bad value for --hang-up-after: Nope"},
         {{"--pty", "--hang-up-after", "CloseFiscalInv:0"},
          "bad value for --hang-up-after: CloseFiscalInv:0"},

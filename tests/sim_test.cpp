@@ -317,6 +317,29 @@ TEST_P(SimRegister, ArticlesAreWrittenReadWalkedSoldAndDeleted) {
 
 VERDA_BOTH_TRANSPORTS(SimRegister);
 
+// A register whose clock --clock stopped: it shows that moment until
+// SetDateTime moves it, and a shift opened then does not grow older.
+class SimStoppedClock : public SimTest {
+    void configure(sim::Options& o) override {
+        sim::Options parsed;
+        std::string error;
+        ASSERT_TRUE(sim::parseOptions({"--pty", "--clock", "01.06.2026 10:00:00"}, parsed, error))
+            << error;
+        o.identity.stoppedClock = parsed.identity.stoppedClock;
+    }
+};
+
+TEST_P(SimStoppedClock, ShowsItsMomentUntilSetDateTimeMovesIt) {
+    EXPECT_EQ(ok(0x3E, ""), Fields{"01.06.2026 10:00:00"});
+    ok(0x30, kShift);
+    EXPECT_EQ(ok(0x4B, ""), (Fields{"1", "0", "0"}));
+    ok(0x3D, "02.06.2026 10:30:00\t");
+    EXPECT_EQ(ok(0x3E, ""), Fields{"02.06.2026 10:30:00"});
+    EXPECT_EQ(ok(0x4B, ""), (Fields{"1", "1", "1470"}));
+}
+
+VERDA_BOTH_TRANSPORTS(SimStoppedClock);
+
 // A register before fiscalization, its data operator offline.
 class SimFresh : public SimTest {
     void configure(sim::Options& o) override {
