@@ -18,7 +18,7 @@
 // Then every way of calling an operation wrongly (a NULL handle, text or
 // output, text that is not UTF-8 or has no place in the code page, a number
 // out of range, a wrong count) must be refused with its code before anything
-// is sent.
+// is sent; and every result code must have a text of its own.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -687,6 +687,40 @@ TEST(CapiOperations, WrongCallsAreRefusedBeforeAnythingIsSent) {
     }
     EXPECT_EQ(h.sent(), sent);
     EXPECT_EQ(verda_CheckConnection(h.d), VERDA_OK);  // the link is still in step
+}
+
+// Every result code of an operation has a text of its own: the interface's
+// codes, success, the empty result and the licence refusal; the register's
+// errors have the catalogue's, and a code that none of them knows one of two
+// fallbacks.
+TEST(CapiResultTexts, EveryCodeHasItsOwn) {
+    const int codes[] = {VERDA_OK,
+                         VERDA_EMPTY_RESULT,
+                         VERDA_LICENCE_REFUSED,
+                         VERDA_EXCHANGE_FAILED,
+                         VERDA_NULL_ARGUMENT,
+                         VERDA_INVALID_UTF8,
+                         VERDA_NOT_IN_CODE_PAGE,
+                         VERDA_BUFFER_TOO_SMALL,
+                         VERDA_REPLY_TOO_SHORT,
+                         VERDA_OUT_OF_MEMORY,
+                         VERDA_INVALID_ARGUMENT,
+                         VERDA_OPEN_FAILED,
+                         VERDA_UNKNOWN_HOST,
+                         VERDA_UNKNOWN_OPERATION,
+                         VERDA_INTERNAL_ERROR};
+    const std::string unknownRegisterError = verda_error_text(999999);
+    const std::string unknownCode = verda_error_text(-999);
+    EXPECT_NE(unknownRegisterError, unknownCode);
+    std::set<std::string> texts;
+    for (const int code : codes) {
+        const std::string text = verda_error_text(code);
+        EXPECT_TRUE(!text.empty() && utf8::valid(text)) << code;
+        EXPECT_NE(text, unknownRegisterError) << code;
+        EXPECT_NE(text, unknownCode) << code;
+        EXPECT_TRUE(texts.insert(text).second) << code << ": " << text;
+    }
+    EXPECT_EQ(verda_error_text(VERDA_INTERNAL_ERROR - 1), unknownCode);
 }
 
 }  // namespace
