@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Line coverage of the whole test suite, by part, with a floor for each:
 #   the library (transport/ device/ api/ tools/ and the protocol core wire/)
-#   at least 97 %, the simulator (sim/) and the tool (cli/) at least 89 %.
+#   at least 97 %, the C interface (capi/, its generated wrappers included)
+#   at least 90 %, the simulator (sim/) and the tool (cli/) at least 89 %.
 # Builds into build/coverage (or $1) with gcc's --coverage at -O0, runs every
 # test there, and prints one line a part; exits 1 when a part is below its
 # floor. The programs' main.cpp files are left out of the figures: the tests
@@ -42,7 +43,7 @@ import sys
 # part: (folders, floor in per cent or None to report only)
 parts = {
     "library": (("transport/", "device/", "api/", "tools/", "wire/"), 97.0),
-    "C interface": (("capi/",), None),
+    "C interface": (("capi/",), 90.0),
     "simulator": (("sim/",), 89.0),
     "tool": (("cli/",), 89.0),
     "server": (("server/",), None),

@@ -1,5 +1,4 @@
 // Device information, settings and peripherals of the simulated register.
-#include <ctime>
 
 #include "sim/Register.h"
 
