@@ -36,9 +36,9 @@
 #include <vector>
 
 #include "OperationCalls.h"
-#include "common/Cp866.h"
 #include "sim/Simulator.h"
 #include "sim/StateFile.h"
+#include "wire/RegisterText.h"
 
 namespace {
 
@@ -156,35 +156,17 @@ std::string form(const verda_parameter& p, bool out) {
 // fromASCIItoDOS the application's code page, Cyrillic as in CP1251, where
 // the interface writes Ё and ё as Е and е.
 std::string memberInput(const std::string& utf8, const std::string& inForm) {
-    if (inForm == "as-is") return cp866::fromUtf8(utf8);
-    std::string out;
-    for (size_t i = 0; i < utf8.size();) {
-        unsigned int code = 0;
-        if (!utf8::decode(utf8, i, code)) return "?";
-        if (code == 0x0401) code = 0x0415;
-        if (code == 0x0451) code = 0x0435;
-        out += static_cast<char>(code < 0x80 ? code : 0xC0 + (code - 0x0410));
-    }
-    return out;
+    if (inForm == "as-is") return wire::text::utf8ToCp866(utf8);
+    std::string bytes;
+    return wire::text::toApplication(utf8, bytes).ok() ? bytes : "?";
 }
 
 // A member's output text as the interface gives it, in UTF-8: CP866 as-is;
 // for fromDOStoASCII UTF-8 already (the library's own texts), or Cyrillic
-// letters whose first UTF-8 byte the member dropped: 0x90..0xBF from D0,
-// 0x80..0x8F from D1.
+// letters whose first UTF-8 byte the member dropped.
 std::string utf8Output(const std::string& member, const std::string& outForm) {
-    if (outForm == "as-is") return cp866::toUtf8(member);
-    if (utf8::valid(member)) return member;
-    std::string out;
-    for (const char c : member) {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (byte >= 0x80 && byte < 0xC0) out += byte < 0x90 ? '\xD1' : '\xD0';
-        if (byte < 0xC0)
-            out += c;
-        else
-            out += "\xEF\xBF\xBD";  // U+FFFD: no letter of that form
-    }
-    return out;
+    if (outForm == "as-is") return wire::text::cp866ToUtf8(member);
+    return wire::text::oneWayToUtf8(member);
 }
 
 // text cut to fit size bytes with its NUL, at a character boundary.
@@ -715,7 +697,7 @@ TEST(CapiResultTexts, EveryCodeHasItsOwn) {
     std::set<std::string> texts;
     for (const int code : codes) {
         const std::string text = verda_error_text(code);
-        EXPECT_TRUE(!text.empty() && utf8::valid(text)) << code;
+        EXPECT_TRUE(!text.empty() && wire::text::isUtf8(text)) << code;
         EXPECT_NE(text, unknownRegisterError) << code;
         EXPECT_NE(text, unknownCode) << code;
         EXPECT_TRUE(texts.insert(text).second) << code << ": " << text;
