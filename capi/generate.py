@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Makes the operations' code and reference from capi/operations.txt.
+"""Makes the operations' code and reference from capi/operations.txt, and
+the register's codes from capi/codes.txt (capi/codes.py).
 
     capi/generate.py            rewrites the generated files
     capi/generate.py --check    exits 1, naming them, when any is stale
@@ -12,6 +13,9 @@ results), and the operations' reference in docs/c-api.md and docs/api.md;
 in the files that are not generated whole, between their BEGIN/END GENERATED
 lines; and for the operations test tests/capi/OperationCalls.cpp (each
 operation's C function and VR35 member, called with the same arguments).
+From capi/codes.txt: the codes' enums in capi/verda.h, python/verda/_codes.py,
+common/Codes.h (the names the programs take), the code schemas of
+server/openapi.json and the reference docs/codes.md.
 `cmake --build BUILD --target generate` runs it.
 """
 
@@ -20,6 +24,8 @@ import pathlib
 import re
 import sys
 import textwrap
+
+import codes
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TABLE = ROOT / "capi" / "operations.txt"
@@ -53,7 +59,7 @@ IN_FORMS = {"as-is", "fromASCIItoDOS"}
 OUT_FORMS = {"as-is", "fromDOStoASCII"}
 PY_TYPE = {"int": "int", "long": "int", "double": "float", "char": "str", "bool": "bool",
            "text": "str"}
-PY_IN_TYPE = dict(PY_TYPE, char="str | int", double="float")
+PY_IN_TYPE = dict(PY_TYPE, char="str | bytes", double="float")
 
 
 class TableError(Exception):
@@ -91,6 +97,18 @@ class Parameter:
         self.name, self.cpp_type, self.direction, self.meaning = name, cpp_type, direction, meaning
         self.form = "" if form == "-" else form
         self.py = snake(name)
+        self.codes = []  # the code groups it takes (capi/codes.txt)
+
+    def py_type(self):
+        """Its Python annotation as an input: the enums of its codes first."""
+        return " | ".join([g.name for g in self.codes] + [PY_IN_TYPE[self.kind]])
+
+    def code_note(self, each):
+        """What the references add to its meaning: the codes it takes, each
+        by each.format(group), in brackets."""
+        if not self.codes:
+            return ""
+        return f" ({', '.join(each.format(g) for g in self.codes)})"
 
     @property
     def reads(self):
@@ -570,8 +588,11 @@ def python_module(operations):
            "",
            "from typing import NamedTuple",
            "",
-           "from ._call import Operation, Parameter",
-           "",
+           "from ._call import Operation, Parameter"]
+    taken = sorted({g.name for op in operations for p in op.parameters if p.reads for g in p.codes})
+    if taken:
+        out.append(wrap("from ._codes import (", taken, ")  # noqa: F401 (annotations)"))
+    out += ["",
            "# The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output",
            "# that is never cut (VERDA_TEXT_MAX)."]
     out.extend(f"{name} = {value}" for name, value in read_codes())
@@ -585,7 +606,7 @@ def python_module(operations):
         out.append("")
         for p in op.outputs:
             out.append(f"    {p.py}: {PY_TYPE[p.kind]}")
-            out.append(f'    """{py_doc(p.meaning)}"""')
+            out.append(f'    """{py_doc(p.meaning + p.code_note("verda.{0.name}"))}"""')
     out.append("")
     out.append("")
     out.append("# Each operation: its C function, its parameters (name, kind, direction),")
@@ -615,7 +636,7 @@ def python_module(operations):
             default = ""
             if p.direction == "inout":
                 default = ' = ""' if p.kind == "text" else " = 0"
-            signature.append(f"{p.py}: {PY_IN_TYPE[p.kind]}{default}")
+            signature.append(f"{p.py}: {p.py_type()}{default}")
         result = op.result_class if op.outputs else "None"
         out.append("")
         out.append(wrap(f"    def {op.py}(", signature, f") -> {result}:"))
@@ -625,7 +646,8 @@ def python_module(operations):
         if inputs:
             doc += ["", "        Args:"]
             for p in inputs:
-                doc += fill(f"            {p.py}: ", p.meaning, "                ")
+                doc += fill(f"            {p.py}: ", p.meaning + p.code_note("verda.{0.name}"),
+                            "                ")
         if op.outputs:
             doc.append("")
             doc += fill(f"        Returns: ", f"{op.result_class}, with " +
@@ -677,7 +699,8 @@ def markdown(sections, operations, commands):
                 for p in op.parameters:
                     form = f"`{p.form}`" if p.form else ""
                     out.append(f"| `{p.name}` | `{p.py}` | `{p.cpp_type}` | {p.direction} | "
-                               f"{form} | {p.meaning.replace('|', '/')} |")
+                               f"{form} | {p.meaning.replace('|', '/')}"
+                               f"{p.code_note('[`enum {0.c_enum}`](codes.md#{0.anchor})')} |")
                 out.append("")
     return "\n".join(out)
 
@@ -799,9 +822,10 @@ def api_reference(table):
 
 # --- files ------------------------------------------------------------------
 
-def between(path, begin, end, block):
-    """path's text with the lines between begin and end replaced by block."""
-    text = path.read_text(encoding="utf-8")
+def between(path, begin, end, block, text=None):
+    """path's text (or text, when given) with the lines between begin and end
+    replaced by block."""
+    text = path.read_text(encoding="utf-8") if text is None else text
     start, stop = text.find(begin), text.find(end)
     if start < 0 or stop < start:
         raise TableError(f"{path.relative_to(ROOT)}: no lines {begin!r} ... {end!r}")
@@ -821,10 +845,20 @@ def outputs():
     exports = ROOT / "cmake" / "exports.map"
     c_reference = ROOT / "docs" / "c-api.md"
     api_reference_file = ROOT / "docs" / "api.md"
+    groups = codes.read_codes()
+    for (operation, parameter), taken in codes.check_takes(groups, operations).items():
+        next(p for o in operations if o.name == operation
+             for p in o.parameters if p.name == parameter).codes = taken
+    header = between(C_HEADER, HEADER_BEGIN, HEADER_END, "\n" + header_block(sections, operations))
     return {
         ROOT / "capi" / "OperationFunctions.cpp": operations_cpp(operations, commands),
-        C_HEADER: between(C_HEADER, HEADER_BEGIN, HEADER_END,
-                          "\n" + header_block(sections, operations)),
+        C_HEADER: between(C_HEADER, codes.HEADER_BEGIN, codes.HEADER_END,
+                          "\n" + codes.header_block(groups), header),
+        ROOT / "python" / "verda" / "_codes.py": codes.python_module(groups),
+        ROOT / "common" / "Codes.h": codes.programs_header(groups),
+        codes.OPENAPI: codes.openapi(groups),
+        codes.DOCS: between(codes.DOCS, codes.DOCS_BEGIN, codes.DOCS_END,
+                            "\n" + codes.markdown(groups) + "\n"),
         exports: between(exports, "/* BEGIN GENERATED VERSION NODES (capi/generate.py from "
                          "capi/operations.txt) */", "/* END GENERATED VERSION NODES */",
                          version_nodes(table)),
@@ -850,6 +884,9 @@ def main(argv):
         files = outputs()
     except TableError as error:
         print(f"capi/generate.py: {TABLE.relative_to(ROOT)}: {error}", file=sys.stderr)
+        return 1
+    except codes.CodeError as error:
+        print(f"capi/generate.py: {codes.TABLE.relative_to(ROOT)}: {error}", file=sys.stderr)
         return 1
     stale = [path for path, text in files.items()
              if not path.exists() or path.read_text(encoding="utf-8") != text]

@@ -6,6 +6,9 @@ from __future__ import annotations
 from typing import NamedTuple
 
 from ._call import Operation, Parameter
+from ._codes import (CashDirection, CorrectionType, DiscountKind, PaymentMode, ReceiptParameter,
+                     ReceiptType, SettlementMethod, SettlementSubject, TaxGroup,
+                     Unit)  # noqa: F401 (annotations)
 
 # The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output
 # that is never cut (VERDA_TEXT_MAX).
@@ -110,7 +113,7 @@ class TotalResult(NamedTuple):
     """The outputs of Device.total."""
 
     error_status: str
-    """'0', 'D' or 'R' as the register gives it; a space otherwise"""
+    """'0', 'D' or 'R' as the register gives it; a space otherwise (verda.PaymentStatus)"""
     new_amount: float
     """the amount that goes with the status"""
     slip_number: int
@@ -164,7 +167,7 @@ class FiscalTransactionsStatusResult(NamedTuple):
     """The outputs of Device.fiscal_transactions_status."""
 
     is_open: str
-    """the register's open-document byte; 0 when it gives none"""
+    """the register's open-document byte; 0 when it gives none (verda.OpenDocument)"""
     number: int
     """document number"""
     items: int
@@ -1729,9 +1732,9 @@ class Operations:
         return self._call(_OPEN_SHIFT, (op_code, op_pwd, till_nmb, buyer, vat_system, oper_name,
                                         oper_inn))
 
-    def open_fiscal_inv(self, op_code: int, op_pwd: str, till_nmb: int, receipt_type: int,
-                        buyer: str, vat_system: str, oper_name: str,
-                        oper_inn: str) -> OpenFiscalInvResult:
+    def open_fiscal_inv(self, op_code: int, op_pwd: str, till_nmb: int,
+                        receipt_type: ReceiptType | CorrectionType | int, buyer: str,
+                        vat_system: str, oper_name: str, oper_inn: str) -> OpenFiscalInvResult:
         """Opens a receipt; receipt type 4 opens a shift and gives no numbers back.
 
         The register's operation OpenFiscalInv (C: verda_OpenFiscalInv).
@@ -1740,7 +1743,7 @@ class Operations:
             op_code: operator number; 30 when OperName is given
             op_pwd: operator password; "30" when OperName is given
             till_nmb: till number
-            receipt_type: kind of receipt; 4 opens a shift
+            receipt_type: kind of receipt; 4 opens a shift (verda.ReceiptType, verda.CorrectionType)
             buyer: buyer field
             vat_system: tax system field
             oper_name: operator's name, at most 30 bytes; empty for none
@@ -1751,13 +1754,13 @@ class Operations:
         return self._call(_OPEN_FISCAL_INV, (op_code, op_pwd, till_nmb, receipt_type, buyer,
                                              vat_system, oper_name, oper_inn))
 
-    def set_fiscal_inv_param(self, type: int, data: str) -> None:
+    def set_fiscal_inv_param(self, type: ReceiptParameter | int, data: str) -> None:
         """Attaches a parameter to the open receipt.
 
         The register's operation SetFiscalInvParam (C: verda_SetFiscalInvParam).
 
         Args:
-            type: parameter selector, sent as a number
+            type: parameter selector, sent as a number (verda.ReceiptParameter)
             data: parameter value: 128 bytes converted; for type 0 (16 bytes) and 1 (64)
                 unconverted, so ASCII there
         """
@@ -1781,26 +1784,28 @@ class Operations:
         """
         return self._call(_CANCEL_FISCAL_INV, ())
 
-    def register_sale(self, plu_name: str, tax_cd: str | int, price: float, quantity: float,
-                      unit: int, department: int, discount_type: str | int, discount_value: float,
-                      disc_sum: float, sum: float, sign: int, sign_pay: int) -> RegisterSaleResult:
+    def register_sale(self, plu_name: str, tax_cd: TaxGroup | str | bytes, price: float,
+                      quantity: float, unit: Unit | int, department: int,
+                      discount_type: DiscountKind | str | bytes, discount_value: float,
+                      disc_sum: float, sum: float, sign: SettlementSubject | int,
+                      sign_pay: SettlementMethod | int) -> RegisterSaleResult:
         """Sells one line on the open receipt.
 
         The register's operation RegisterSale (C: verda_RegisterSale).
 
         Args:
             plu_name: name of the goods, at most 64 bytes; empty: the department's name
-            tax_cd: tax code, one byte
+            tax_cd: tax code, one byte (verda.TaxGroup)
             price: price of one unit
             quantity: quantity
-            unit: unit of measure; 0 for none
+            unit: unit of measure; 0 for none (verda.Unit)
             department: department number
-            discount_type: kind byte of the discount; '0' for none
+            discount_type: kind byte of the discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount
             disc_sum: sum of the discount; 0 for none
             sum: sum of the line; reaches the log only
-            sign: line attribute; 0 for none
-            sign_pay: payment attribute; 0 for none
+            sign: line attribute; 0 for none (verda.SettlementSubject)
+            sign_pay: payment attribute; 0 for none (verda.SettlementMethod)
 
         Returns: RegisterSaleResult, with slip_number.
         """
@@ -1808,7 +1813,8 @@ class Operations:
                                            discount_type, discount_value, disc_sum, sum, sign,
                                            sign_pay))
 
-    def register_article_sale(self, plu_code: int, quantity: float, discount_type: str | int,
+    def register_article_sale(self, plu_code: int, quantity: float,
+                              discount_type: DiscountKind | str | bytes,
                               discount_value: float) -> RegisterArticleSaleResult:
         """Sells an article that the register holds, by its code.
 
@@ -1817,7 +1823,7 @@ class Operations:
         Args:
             plu_code: code of the stored article
             quantity: quantity
-            discount_type: kind byte of the discount; '0' for none
+            discount_type: kind byte of the discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount; not sent with kind '0'
 
         Returns: RegisterArticleSaleResult, with slip_number.
@@ -1825,9 +1831,9 @@ class Operations:
         return self._call(_REGISTER_ARTICLE_SALE, (plu_code, quantity, discount_type,
                                                    discount_value))
 
-    def print_free_text_in_fiscal_inv(self, text: str, bold: str | int, italic: str | int,
-                                      double_h: str | int, underline: str | int,
-                                      alignment: str | int, extra: str | int) -> None:
+    def print_free_text_in_fiscal_inv(self, text: str, bold: str | bytes, italic: str | bytes,
+                                      double_h: str | bytes, underline: str | bytes,
+                                      alignment: str | bytes, extra: str | bytes) -> None:
         """Prints a line of text on the open receipt.
 
         The register's operation PrintFreeTextInFiscalInv (C: verda_PrintFreeTextInFiscalInv).
@@ -1844,7 +1850,8 @@ class Operations:
         return self._call(_PRINT_FREE_TEXT_IN_FISCAL_INV, (text, bold, italic, double_h, underline,
                                                            alignment, extra))
 
-    def subtotal(self, print: str | int, display: str | int, discount_type: str | int,
+    def subtotal(self, print: str | bytes, display: str | bytes,
+                 discount_type: DiscountKind | str | bytes,
                  discount_value: float) -> SubtotalResult:
         """Gives the running sums of the open receipt, with an optional discount on it.
 
@@ -1853,20 +1860,21 @@ class Operations:
         Args:
             print: print byte, passed through
             display: display byte, passed through
-            discount_type: kind byte of a discount; '0' for none
+            discount_type: kind byte of a discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount
 
         Returns: SubtotalResult, with slip_number, subtotal, tax1, tax2, tax3, tax4, tax5, tax6.
         """
         return self._call(_SUBTOTAL, (print, display, discount_type, discount_value))
 
-    def total(self, paid_mode: int, amount: float, change: str | int) -> TotalResult:
+    def total(self, paid_mode: PaymentMode | int, amount: float,
+              change: str | bytes) -> TotalResult:
         """Records a payment on the open receipt.
 
         The register's operation Total (C: verda_Total).
 
         Args:
-            paid_mode: payment mode, sent as a number
+            paid_mode: payment mode, sent as a number (verda.PaymentMode)
             amount: sum paid
             change: '0' or '1'; any other byte is not sent
 
@@ -1874,15 +1882,15 @@ class Operations:
         """
         return self._call(_TOTAL, (paid_mode, amount, change))
 
-    def total_correcion(self, paid_mode: int, amount_tl: float, tax_18: float, tax_10: float,
-                        corr_0: float, corr_no_nds: float, tax_18_118: float,
+    def total_correcion(self, paid_mode: PaymentMode | int, amount_tl: float, tax_18: float,
+                        tax_10: float, corr_0: float, corr_no_nds: float, tax_18_118: float,
                         tax_10_110: float) -> None:
         """Records the payment of a correction receipt with its sums by tax rate.
 
         The register's operation TotalCorrecion (C: verda_TotalCorrecion).
 
         Args:
-            paid_mode: payment mode
+            paid_mode: payment mode (verda.PaymentMode)
             amount_tl: total amount
             tax_18: tax at 18%
             tax_10: tax at 10%
@@ -1894,20 +1902,21 @@ class Operations:
         return self._call(_TOTAL_CORRECION, (paid_mode, amount_tl, tax_18, tax_10, corr_0,
                                              corr_no_nds, tax_18_118, tax_10_110))
 
-    def parish_or_consumption(self, type: str | int, amount: float) -> ParishOrConsumptionResult:
+    def parish_or_consumption(self, type: CashDirection | str | bytes,
+                              amount: float) -> ParishOrConsumptionResult:
         """Books cash in or out and gives the cash sums.
 
         The register's operation ParishOrConsumption (C: verda_ParishOrConsumption).
 
         Args:
-            type: direction byte, passed through
+            type: direction byte, passed through (verda.CashDirection)
             amount: sum in or out
 
         Returns: ParishOrConsumptionResult, with cash_sum, cash_in, cash_out.
         """
         return self._call(_PARISH_OR_CONSUMPTION, (type, amount))
 
-    def open_service_inv(self, extend: str | int) -> OpenServiceInvResult:
+    def open_service_inv(self, extend: str | bytes) -> OpenServiceInvResult:
         """Opens a service (non-fiscal) document.
 
         The register's operation OpenServiceInv (C: verda_OpenServiceInv).
@@ -1928,9 +1937,9 @@ class Operations:
         """
         return self._call(_CLOSE_SERVICE_INV, ())
 
-    def print_free_text_in_service_inv(self, text: str, bold: str | int, italic: str | int,
-                                       double_h: str | int, underline: str | int,
-                                       alignment: str | int, extra: str | int) -> None:
+    def print_free_text_in_service_inv(self, text: str, bold: str | bytes, italic: str | bytes,
+                                       double_h: str | bytes, underline: str | bytes,
+                                       alignment: str | bytes, extra: str | bytes) -> None:
         """Prints a line of text on the service document.
 
         The register's operation PrintFreeTextInServiceInv (C: verda_PrintFreeTextInServiceInv).
@@ -1947,7 +1956,7 @@ class Operations:
         return self._call(_PRINT_FREE_TEXT_IN_SERVICE_INV, (text, bold, italic, double_h, underline,
                                                             alignment, extra))
 
-    def print_bar_code(self, type: str | int, data: str, option: int) -> None:
+    def print_bar_code(self, type: str | bytes, data: str, option: int) -> None:
         """Prints a bar code.
 
         The register's operation PrintBarCode (C: verda_PrintBarCode).
@@ -1959,7 +1968,7 @@ class Operations:
         """
         return self._call(_PRINT_BAR_CODE, (type, data, option))
 
-    def print_divide_line(self, type: str | int) -> None:
+    def print_divide_line(self, type: str | bytes) -> None:
         """Prints a dividing line.
 
         The register's operation PrintDivideLine (C: verda_PrintDivideLine).
@@ -1969,7 +1978,7 @@ class Operations:
         """
         return self._call(_PRINT_DIVIDE_LINE, (type,))
 
-    def print_stamp(self, type: str | int, data: str) -> None:
+    def print_stamp(self, type: str | bytes, data: str) -> None:
         """Prints a stamp; -1 for an empty result field.
 
         The register's operation PrintStamp (C: verda_PrintStamp).
@@ -2144,7 +2153,7 @@ class Operations:
         """
         return self._call(_READ_DEVICE_INFO3, ())
 
-    def print_diagnostic(self, info_type: str | int) -> None:
+    def print_diagnostic(self, info_type: str | bytes) -> None:
         """Prints diagnostic information.
 
         The register's operation PrintDiagnostic (C: verda_PrintDiagnostic).
@@ -2154,7 +2163,7 @@ class Operations:
         """
         return self._call(_PRINT_DIAGNOSTIC, (info_type,))
 
-    def print_report(self, type: str | int) -> PrintReportResult:
+    def print_report(self, type: str | bytes) -> PrintReportResult:
         """Prints a shift report ('Z' closes the shift, 'X' does not) and gives its figures.
 
         The register's operation PrintReport (C: verda_PrintReport).
@@ -2192,8 +2201,8 @@ class Operations:
         """
         return self._call(_REPORT_ON_TAX_RATES, ())
 
-    def latest_fiscal_record(self, type: str | int,
-                             rec_type: str | int) -> LatestFiscalRecordResult:
+    def latest_fiscal_record(self, type: str | bytes,
+                             rec_type: str | bytes) -> LatestFiscalRecordResult:
         """Gives the latest record of the fiscal memory.
 
         The register's operation LatestFiscalRecord (C: verda_LatestFiscalRecord).
@@ -2206,7 +2215,7 @@ class Operations:
         """
         return self._call(_LATEST_FISCAL_RECORD, (type, rec_type))
 
-    def amount_of_savings_per_day(self, type: str | int) -> AmountOfSavingsPerDayResult:
+    def amount_of_savings_per_day(self, type: str | bytes) -> AmountOfSavingsPerDayResult:
         """Gives the day's accumulated sums.
 
         The register's operation AmountOfSavingsPerDay (C: verda_AmountOfSavingsPerDay).
@@ -2218,7 +2227,7 @@ class Operations:
         """
         return self._call(_AMOUNT_OF_SAVINGS_PER_DAY, (type,))
 
-    def operator_report(self, from_: int, to: int, type: str | int) -> None:
+    def operator_report(self, from_: int, to: int, type: str | bytes) -> None:
         """Prints the report by operators over a range.
 
         The register's operation OperatorReport (C: verda_OperatorReport).
@@ -2230,7 +2239,7 @@ class Operations:
         """
         return self._call(_OPERATOR_REPORT, (from_, to, type))
 
-    def report_by_article(self, type: str | int, from_: int, to: int) -> None:
+    def report_by_article(self, type: str | bytes, from_: int, to: int) -> None:
         """Prints the report by articles over a range.
 
         The register's operation ReportByArticle (C: verda_ReportByArticle).
@@ -2365,7 +2374,7 @@ class Operations:
         """
         return self._call(_SET_MANUFACTURERS_SERIAL_NUMBER, (serial,))
 
-    def fiscal_report_by_date(self, type: str | int, date_from: str,
+    def fiscal_report_by_date(self, type: str | bytes, date_from: str,
                               date_to: str) -> FiscalReportByDateResult:
         """Makes the fiscal report over a range of dates.
 
@@ -2380,7 +2389,7 @@ class Operations:
         """
         return self._call(_FISCAL_REPORT_BY_DATE, (type, date_from, date_to))
 
-    def fiscal_report_by_number(self, type: str | int, from_: int,
+    def fiscal_report_by_number(self, type: str | bytes, from_: int,
                                 to: int) -> FiscalReportByNumberResult:
         """Makes the fiscal report over a range of Z report numbers.
 
@@ -2408,7 +2417,7 @@ class Operations:
         """
         return self._call(_READ_FISCAL_MEMORY_BLOCK, (from_, to))
 
-    def test_fiscal_memory(self, write: str | int) -> TestFiscalMemoryResult:
+    def test_fiscal_memory(self, write: str | bytes) -> TestFiscalMemoryResult:
         """Tests the fiscal memory.
 
         The register's operation TestFiscalMemory (C: verda_TestFiscalMemory).
@@ -2439,7 +2448,7 @@ class Operations:
         """
         return self._call(_DATE_OF_LAST_ENTRY_BY_FISCAL_MEMORY, ())
 
-    def get_state_fn(self, info_type: str | int) -> GetStateFNResult:
+    def get_state_fn(self, info_type: str | bytes) -> GetStateFNResult:
         """Reads the state of the fiscal drive.
 
         The register's operation GetStateFN (C: verda_GetStateFN).
@@ -2477,7 +2486,7 @@ class Operations:
         return self._call(_CHANGE_OFD_REGISTRATION, (operation_type, insp_pssword))
 
     def get_doc_in_ej_by_date(self, date_from: str, date_to: str,
-                              type: str | int) -> GetDocInEJByDateResult:
+                              type: str | bytes) -> GetDocInEJByDateResult:
         """Finds documents of the electronic journal by date.
 
         The register's operation GetDocInEJByDate (C: verda_GetDocInEJByDate).
@@ -2491,7 +2500,7 @@ class Operations:
         """
         return self._call(_GET_DOC_IN_EJ_BY_DATE, (date_from, date_to, type))
 
-    def get_info_from_ej0(self, number: int, type: str | int) -> GetInfoFromEJ0Result:
+    def get_info_from_ej0(self, number: int, type: str | bytes) -> GetInfoFromEJ0Result:
         """Reads a document of the electronic journal by number.
 
         The register's operation GetInfoFromEJ0 (C: verda_GetInfoFromEJ0).
@@ -2522,7 +2531,7 @@ class Operations:
         """
         return self._call(_GET_INFO_FROM_EJ2, ())
 
-    def get_info_from_ej3(self, number: int, type: str | int) -> None:
+    def get_info_from_ej3(self, number: int, type: str | bytes) -> None:
         """Prints a document of the electronic journal by number.
 
         The register's operation GetInfoFromEJ3 (C: verda_GetInfoFromEJ3).
@@ -2555,8 +2564,8 @@ class Operations:
         """
         return self._call(_PRG_AND_READ_ARTICLE_I, ())
 
-    def prg_and_read_article_p(self, plu: int, tax_gr: str | int, dep: int, group: int,
-                               price_type: str | int, price: float, add_qty: str | int,
+    def prg_and_read_article_p(self, plu: int, tax_gr: TaxGroup | str | bytes, dep: int, group: int,
+                               price_type: str | bytes, price: float, add_qty: str | bytes,
                                quantity: float, bar1: str, bar2: str, bar3: str, bar4: str,
                                name: str, units: str, id1_c: str, is_weight: str, service: str,
                                extra1: int, extra2: int) -> None:
@@ -2566,7 +2575,7 @@ class Operations:
 
         Args:
             plu: article number
-            tax_gr: tax group, one byte
+            tax_gr: tax group, one byte (verda.TaxGroup)
             dep: department
             group: group
             price_type: kind of price, one byte
@@ -2751,7 +2760,7 @@ class Operations:
         return self._call(_SET_SERVICE_PARAM, (type, value, param3))
 
     def set_tax_rates(self, tax1: float, tax2: float, tax3: float, tax4: float, tax5: float,
-                      tax6: float, point: str | int) -> SetTaxRatesResult:
+                      tax6: float, point: str | bytes) -> SetTaxRatesResult:
         """Sets the six tax rates.
 
         The register's operation SetTaxRates (C: verda_SetTaxRates).
