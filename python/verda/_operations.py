@@ -1701,6 +1701,11 @@ class Operations:
         """Asks whether the register answers.
 
         The register's operation CheckConnection (C: verda_CheckConnection).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing on the register changes: it did not
+                answer. Call again once the link is back.
+            DeviceError: the register refused it.
         """
         return self._call(_CHECK_CONNECTION, ())
 
@@ -1709,6 +1714,13 @@ class Operations:
         open, before the first receipt.
 
         The register's operation PrinterInit (C: verda_PrinterInit).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing on the register changes: it only reads.
+                But the handle may not know the register's decimal places, model and firmware
+                revision, which the sale line, the opening of a receipt and the text lines go by:
+                call printer_init again once the register answers, before selling.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINTER_INIT, ())
 
@@ -1722,12 +1734,31 @@ class Operations:
             op_code: operator number; 30 when OperName is given
             op_pwd: operator password; "30" when OperName is given
             till_nmb: till number
-            buyer: buyer field
-            vat_system: tax system field
-            oper_name: operator's name, at most 30 bytes; empty for none
-            oper_inn: operator's tax number; sent only when longer than 3 bytes
+            buyer: buyer's telephone or e-mail address (an electronic receipt), byte for byte; empty
+                for none
+            vat_system: the register's text for the shop's tax system, byte for byte; empty: the
+                register's own
+            oper_name: cashier's name, at most 30 bytes; empty for none
+            oper_inn: cashier's tax number (ИНН, 10 or 12 digits); sent only when longer than 3
+                bytes
 
         Returns: OpenShiftResult, with n_fd, sign_fp, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_SHIFT, (op_code, op_pwd, till_nmb, buyer, vat_system, oper_name,
                                         oper_inn))
@@ -1744,12 +1775,31 @@ class Operations:
             op_pwd: operator password; "30" when OperName is given
             till_nmb: till number
             receipt_type: kind of receipt; 4 opens a shift (verda.ReceiptType, verda.CorrectionType)
-            buyer: buyer field
-            vat_system: tax system field
-            oper_name: operator's name, at most 30 bytes; empty for none
-            oper_inn: operator's tax number; sent only when longer than 3 bytes
+            buyer: buyer's telephone or e-mail address (an electronic receipt), byte for byte; empty
+                for none
+            vat_system: the register's text for the shop's tax system, byte for byte; empty: the
+                register's own
+            oper_name: cashier's name, at most 30 bytes; empty for none
+            oper_inn: cashier's tax number (ИНН, 10 or 12 digits); sent only when longer than 3
+                bytes
 
         Returns: OpenFiscalInvResult, with slip_number, n_doc, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_FISCAL_INV, (op_code, op_pwd, till_nmb, receipt_type, buyer,
                                              vat_system, oper_name, oper_inn))
@@ -1763,6 +1813,22 @@ class Operations:
             type: parameter selector, sent as a number (verda.ReceiptParameter)
             data: parameter value: 128 bytes converted; for type 0 (16 bytes) and 1 (64)
                 unconverted, so ASCII there
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_FISCAL_INV_PARAM, (type, data))
 
@@ -1772,6 +1838,22 @@ class Operations:
         The register's operation CloseFiscalInv (C: verda_CloseFiscalInv).
 
         Returns: CloseFiscalInvResult, with slip_number, n_fd, sign_fp, n_doc, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_CLOSE_FISCAL_INV, ())
 
@@ -1781,6 +1863,22 @@ class Operations:
         The register's operation CancelFiscalInv (C: verda_CancelFiscalInv).
 
         Returns: CancelFiscalInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_CANCEL_FISCAL_INV, ())
 
@@ -1798,16 +1896,27 @@ class Operations:
             tax_cd: tax code, one byte (verda.TaxGroup)
             price: price of one unit
             quantity: quantity
-            unit: unit of measure; 0 for none (verda.Unit)
+            unit: unit of measure; 0 for none, any other the register's (verda.Unit)
             department: department number
             discount_type: kind byte of the discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount
             disc_sum: sum of the discount; 0 for none
             sum: sum of the line; reaches the log only
-            sign: line attribute; 0 for none (verda.SettlementSubject)
-            sign_pay: payment attribute; 0 for none (verda.SettlementMethod)
+            sign: what the line sells, its attribute; 0 for none, any other the register's
+                (verda.SettlementSubject)
+            sign_pay: how the line is settled, its payment attribute; 0 for none, any other the
+                register's (verda.SettlementMethod)
 
         Returns: RegisterSaleResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_REGISTER_SALE, (plu_name, tax_cd, price, quantity, unit, department,
                                            discount_type, discount_value, disc_sum, sum, sign,
@@ -1827,6 +1936,15 @@ class Operations:
             discount_value: value of the discount; not sent with kind '0'
 
         Returns: RegisterArticleSaleResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_REGISTER_ARTICLE_SALE, (plu_code, quantity, discount_type,
                                                    discount_value))
@@ -1846,6 +1964,15 @@ class Operations:
             underline: format byte
             alignment: format byte
             extra: format byte
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_FREE_TEXT_IN_FISCAL_INV, (text, bold, italic, double_h, underline,
                                                            alignment, extra))
@@ -1864,6 +1991,16 @@ class Operations:
             discount_value: value of the discount
 
         Returns: SubtotalResult, with slip_number, subtotal, tax1, tax2, tax3, tax4, tax5, tax6.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_SUBTOTAL, (print, display, discount_type, discount_value))
 
@@ -1879,6 +2016,16 @@ class Operations:
             change: '0' or '1'; any other byte is not sent
 
         Returns: TotalResult, with error_status, new_amount, slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_TOTAL, (paid_mode, amount, change))
 
@@ -1898,6 +2045,16 @@ class Operations:
             corr_no_nds: sum without VAT
             tax_18_118: tax at 18/118
             tax_10_110: tax at 10/110
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_TOTAL_CORRECION, (paid_mode, amount_tl, tax_18, tax_10, corr_0,
                                              corr_no_nds, tax_18_118, tax_10_110))
@@ -1913,6 +2070,16 @@ class Operations:
             amount: sum in or out
 
         Returns: ParishOrConsumptionResult, with cash_sum, cash_in, cash_out.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_PARISH_OR_CONSUMPTION, (type, amount))
 
@@ -1925,6 +2092,13 @@ class Operations:
             extend: '0' or '1'; any other byte sends an empty request
 
         Returns: OpenServiceInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_SERVICE_INV, (extend,))
 
@@ -1934,6 +2108,13 @@ class Operations:
         The register's operation CloseServiceInv (C: verda_CloseServiceInv).
 
         Returns: CloseServiceInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_CLOSE_SERVICE_INV, ())
 
@@ -1952,6 +2133,13 @@ class Operations:
             underline: format byte
             alignment: format byte
             extra: format byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_FREE_TEXT_IN_SERVICE_INV, (text, bold, italic, double_h, underline,
                                                             alignment, extra))
@@ -1965,6 +2153,13 @@ class Operations:
             type: kind of bar code, one byte
             data: the code's content
             option: option; sent only when above 0
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_BAR_CODE, (type, data, option))
 
@@ -1975,6 +2170,13 @@ class Operations:
 
         Args:
             type: kind of line, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DIVIDE_LINE, (type,))
 
@@ -1986,6 +2188,13 @@ class Operations:
         Args:
             type: kind of stamp, one byte
             data: the stamp's content
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_STAMP, (type, data))
 
@@ -1993,6 +2202,13 @@ class Operations:
         """Prints a copy of the last receipt.
 
         The register's operation PrintDublicateReceipt (C: verda_PrintDublicateReceipt).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DUBLICATE_RECEIPT, ())
 
@@ -2000,6 +2216,13 @@ class Operations:
         """Cuts the paper.
 
         The register's operation CutPaper (C: verda_CutPaper).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_CUT_PAPER, ())
 
@@ -2010,6 +2233,13 @@ class Operations:
 
         Args:
             count: number of lines
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_FEED_PAPER, (count,))
 
@@ -2020,6 +2250,11 @@ class Operations:
 
         Args:
             text: the text, whole
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_LOWER, (text,))
 
@@ -2030,6 +2265,11 @@ class Operations:
 
         Args:
             text: the text, whole
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_UPPER, (text,))
 
@@ -2037,6 +2277,11 @@ class Operations:
         """Clears the customer display.
 
         The register's operation DisplayClear (C: verda_DisplayClear).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_CLEAR, ())
 
@@ -2047,6 +2292,11 @@ class Operations:
 
         Args:
             value: drawer value; 0 or less sends an empty field
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_CASH_DRAWER, (value,))
 
@@ -2058,6 +2308,11 @@ class Operations:
         Args:
             hz: frequency in hertz
             m_sec: length in milliseconds
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_BEEP, (hz, m_sec))
 
@@ -2067,6 +2322,12 @@ class Operations:
         The register's operation GetStatusFP (C: verda_GetStatusFP).
 
         Returns: GetStatusFPResult, with status_bytes.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATUS_FP, ())
 
@@ -2076,6 +2337,12 @@ class Operations:
         The register's operation GetStatusShift (C: verda_GetStatusShift).
 
         Returns: GetStatusShiftResult, with shift_is_open, shift24h, shift_time.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATUS_SHIFT, ())
 
@@ -2085,6 +2352,12 @@ class Operations:
         The register's operation FiscalTransactionsStatus (C: verda_FiscalTransactionsStatus).
 
         Returns: FiscalTransactionsStatusResult, with is_open, number, items, amount, paid.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_TRANSACTIONS_STATUS, ())
 
@@ -2094,6 +2367,12 @@ class Operations:
         The register's operation InfoByCurrentInv (C: verda_InfoByCurrentInv).
 
         Returns: InfoByCurrentInvResult, with value1, value2, value3, value4, value5, value6.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_INFO_BY_CURRENT_INV, ())
 
@@ -2103,6 +2382,12 @@ class Operations:
         The register's operation GetDateTime (C: verda_GetDateTime).
 
         Returns: GetDateTimeResult, with date_time.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DATE_TIME, ())
 
@@ -2113,6 +2398,12 @@ class Operations:
 
         Args:
             date_time: date and time in the register's form
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_DATE_TIME, (date_time,))
 
@@ -2123,6 +2414,12 @@ class Operations:
 
         Returns: DiagnosticInfoResult, with name, fw_rev, fw_date, fw_time, checksum, sw,
             dev_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_DIAGNOSTIC_INFO, ())
 
@@ -2132,6 +2429,12 @@ class Operations:
         The register's operation ReadDeviceInfo1 (C: verda_ReadDeviceInfo1).
 
         Returns: ReadDeviceInfo1Result, with field1, field2, field3, field4, field5.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO1, ())
 
@@ -2141,6 +2444,12 @@ class Operations:
         The register's operation ReadDeviceInfo2 (C: verda_ReadDeviceInfo2).
 
         Returns: ReadDeviceInfo2Result, with field1, field2, field3, field4, field5.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO2, ())
 
@@ -2150,6 +2459,12 @@ class Operations:
         The register's operation ReadDeviceInfo3 (C: verda_ReadDeviceInfo3).
 
         Returns: ReadDeviceInfo3Result, with field1, field2, field3, field4, field5, field6.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO3, ())
 
@@ -2160,6 +2475,12 @@ class Operations:
 
         Args:
             info_type: what to print, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DIAGNOSTIC, (info_type,))
 
@@ -2174,6 +2495,17 @@ class Operations:
         Returns: PrintReportResult, with n_rep, n_fd, sign_fp, sum1, sum2, sum3, sum4, sum5, sum6,
             ret1, ret2, ret3, ret4, ret5, ret6, purch1, purch2, purch3, purch4, purch5, purch6,
             ret_purch1, ret_purch2, ret_purch3, ret_purch4, ret_purch5, ret_purch6.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_REPORT, (type,))
 
@@ -2181,6 +2513,17 @@ class Operations:
         """Prints the Z report, which closes the shift; the figures are dropped.
 
         The register's operation PrintZReport (C: verda_PrintZReport).
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_Z_REPORT, ())
 
@@ -2188,6 +2531,17 @@ class Operations:
         """Prints the X report; the figures are dropped.
 
         The register's operation PrintXReport (C: verda_PrintXReport).
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_X_REPORT, ())
 
@@ -2198,6 +2552,17 @@ class Operations:
 
         Returns: ReportOnTaxRatesResult, with n_zreport, tax_a, tax_b, tax_c, tax_d, tax_e, tax_f,
             entry_date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_ON_TAX_RATES, ())
 
@@ -2212,6 +2577,17 @@ class Operations:
             rec_type: kind of figures, one byte
 
         Returns: LatestFiscalRecordResult, with n_rep, sum1, sum2, sum3, sum4, sum5, sum6, date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_LATEST_FISCAL_RECORD, (type, rec_type))
 
@@ -2224,6 +2600,17 @@ class Operations:
             type: kind of sums, one byte
 
         Returns: AmountOfSavingsPerDayResult, with n_rep, sum1, sum2, sum3, sum4, sum5, sum6.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_AMOUNT_OF_SAVINGS_PER_DAY, (type,))
 
@@ -2236,6 +2623,17 @@ class Operations:
             from_: first operator
             to: last operator
             type: kind of report, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_OPERATOR_REPORT, (from_, to, type))
 
@@ -2248,6 +2646,17 @@ class Operations:
             type: kind of report, one byte
             from_: first article
             to: last article
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_BY_ARTICLE, (type, from_, to))
 
@@ -2261,6 +2670,17 @@ class Operations:
 
         Returns: ReportByOperatorsResult, with number1, amount1, number2, amount2, number3, amount3,
             number4, amount4, number5, amount5, number6, amount6, number7, amount7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_BY_OPERATORS, (operator,))
 
@@ -2272,6 +2692,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment0Result, with value1, value2, value3, value4, value5,
             value6, value7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT0, ())
 
@@ -2283,6 +2714,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment1Result, with value1, value2, value3, value4, value5,
             value6, value7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT1, ())
 
@@ -2293,6 +2735,17 @@ class Operations:
         verda_DailyReportByTypesOfPayment2).
 
         Returns: DailyReportByTypesOfPayment2Result, with number1, amount1.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT2, ())
 
@@ -2304,6 +2757,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment3Result, with number1, amount1, number2, amount2,
             number3, amount3, number4, amount4.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT3, ())
 
@@ -2314,6 +2778,17 @@ class Operations:
         verda_DailyReportByTypesOfPayment4).
 
         Returns: DailyReportByTypesOfPayment4Result, with number1, amount1, number2, amount2.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT4, ())
 
@@ -2325,6 +2800,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment5Result, with number1, amount1, number2, amount2,
             number3, amount3, number4, amount4.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT5, ())
 
@@ -2339,6 +2825,16 @@ class Operations:
             ta_xnumber: tax number
             re_gnumber: registration number
             insp_pssword: inspector's password; the log shows it
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCALIZATION, (serial_number, ta_xnumber, re_gnumber, insp_pssword))
 
@@ -2349,6 +2845,16 @@ class Operations:
 
         Args:
             ta_xnumber: tax number
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_TAX_NUMBER, (ta_xnumber,))
 
@@ -2358,6 +2864,16 @@ class Operations:
         The register's operation GetTAXNumber (C: verda_GetTAXNumber).
 
         Returns: GetTAXNumberResult, with ta_xnumber.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_TAX_NUMBER, ())
 
@@ -2371,6 +2887,16 @@ class Operations:
             serial: serial number
 
         Returns: SetManufacturersSerialNumberResult, with reply_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_MANUFACTURERS_SERIAL_NUMBER, (serial,))
 
@@ -2386,6 +2912,16 @@ class Operations:
             date_to: last date, in the register's form
 
         Returns: FiscalReportByDateResult, with text_data.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_REPORT_BY_DATE, (type, date_from, date_to))
 
@@ -2401,6 +2937,16 @@ class Operations:
             to: last number; a negative one sends neither
 
         Returns: FiscalReportByNumberResult, with text_data.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_REPORT_BY_NUMBER, (type, from_, to))
 
@@ -2414,6 +2960,16 @@ class Operations:
             to: last address
 
         Returns: ReadFiscalMemoryBlockResult, with block.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_FISCAL_MEMORY_BLOCK, (from_, to))
 
@@ -2426,6 +2982,16 @@ class Operations:
             write: write test byte
 
         Returns: TestFiscalMemoryResult, with records.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_TEST_FISCAL_MEMORY, (write,))
 
@@ -2435,6 +3001,16 @@ class Operations:
         The register's operation FreeFieldsByFiscalMemory (C: verda_FreeFieldsByFiscalMemory).
 
         Returns: FreeFieldsByFiscalMemoryResult, with free_fields.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FREE_FIELDS_BY_FISCAL_MEMORY, ())
 
@@ -2445,6 +3021,16 @@ class Operations:
         verda_DateOfLastEntryByFiscalMemory).
 
         Returns: DateOfLastEntryByFiscalMemoryResult, with entry_date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DATE_OF_LAST_ENTRY_BY_FISCAL_MEMORY, ())
 
@@ -2458,6 +3044,14 @@ class Operations:
 
         Returns: GetStateFNResult, with version, number, phase, shift_status, warning_flags,
             date_deadline, reg_left, shift_number, receipts_count, last_doc_issued, firs_doc_unsent.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATE_FN, (info_type,))
 
@@ -2468,6 +3062,14 @@ class Operations:
 
         Returns: GetOFDandFNStatusResult, with status_shift, end24hours, shift_number, doc_number,
             unsend_doc_count, first_unsent, date_time_unsent.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_OF_DAND_FN_STATUS, ())
 
@@ -2482,6 +3084,14 @@ class Operations:
             insp_pssword: inspector's password; the log shows it
 
         Returns: ChangeOFDRegistrationResult, with n_fd, sign_fp.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_CHANGE_OFD_REGISTRATION, (operation_type, insp_pssword))
 
@@ -2497,6 +3107,11 @@ class Operations:
             type: kind of document, one byte
 
         Returns: GetDocInEJByDateResult, with text1, text2, number1, number2.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DOC_IN_EJ_BY_DATE, (date_from, date_to, type))
 
@@ -2510,6 +3125,11 @@ class Operations:
             type: kind of reading, one byte
 
         Returns: GetInfoFromEJ0Result, with value1, value2, text, flag, value3.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ0, (number, type))
 
@@ -2519,6 +3139,11 @@ class Operations:
         The register's operation GetInfoFromEJ1 (C: verda_GetInfoFromEJ1).
 
         Returns: GetInfoFromEJ1Result, with text.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ1, ())
 
@@ -2528,6 +3153,11 @@ class Operations:
         The register's operation GetInfoFromEJ2 (C: verda_GetInfoFromEJ2).
 
         Returns: GetInfoFromEJ2Result, with text.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ2, ())
 
@@ -2539,6 +3169,11 @@ class Operations:
         Args:
             number: document number
             type: kind of printout, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ3, (number, type))
 
@@ -2552,6 +3187,11 @@ class Operations:
             code: the result code to explain
 
         Returns: ReadingErrorResult, with e_code, error_message.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: reading_error only reads, and
+                error_message has the library's own text for the code even then.
+            DeviceError: the register refused it.
         """
         return self._call(_READING_ERROR, (code,))
 
@@ -2561,6 +3201,15 @@ class Operations:
         The register's operation PrgAndReadArticleI (C: verda_PrgAndReadArticleI).
 
         Returns: PrgAndReadArticleIResult, with info1, info2, info3.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_I, ())
 
@@ -2593,6 +3242,15 @@ class Operations:
             service: service mark; sent above firmware 944123
             extra1: extra value 1; sent above firmware 944123
             extra2: extra value 2; sent above firmware 944123
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_P, (plu, tax_gr, dep, group, price_type, price,
                                                     add_qty, quantity, bar1, bar2, bar3, bar4, name,
@@ -2607,6 +3265,15 @@ class Operations:
         Args:
             plu: article number
             quantity: quantity to add
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_A, (plu, quantity))
 
@@ -2618,6 +3285,15 @@ class Operations:
         Args:
             plu: article number, or the first of the range
             to_plu: last of the range; equal to PLU for one article
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_D, (plu, to_plu))
 
@@ -2632,6 +3308,15 @@ class Operations:
         Returns: PrgAndReadArticleRResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name, units, id1_c, is_weight, service, extra1,
             extra2.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_R, (plu,))
 
@@ -2645,6 +3330,15 @@ class Operations:
 
         Returns: PrgAndReadArticleFResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_F, (plu,))
 
@@ -2658,6 +3352,15 @@ class Operations:
 
         Returns: PrgAndReadArticleLResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_L, (plu,))
 
@@ -2671,6 +3374,15 @@ class Operations:
 
         Returns: PrgAndReadArticleLLResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_LL, (plu,))
 
@@ -2681,6 +3393,15 @@ class Operations:
 
         Returns: PrgAndReadArticleNResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_N, ())
 
@@ -2691,6 +3412,15 @@ class Operations:
 
         Returns: PrgAndReadArticleNNResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_NN, ())
 
@@ -2704,6 +3434,15 @@ class Operations:
 
         Returns: PrgAndReadArticleFFResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_FF, (plu,))
 
@@ -2716,6 +3455,15 @@ class Operations:
             plu: article number
 
         Returns: PrgAndReadArticleXResult, with article_value.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_X, (plu,))
 
@@ -2728,6 +3476,15 @@ class Operations:
             plu: article number
 
         Returns: PrgAndReadArticleXXResult, with article_value.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_XX, (plu,))
 
@@ -2742,6 +3499,16 @@ class Operations:
             value: empty to read; the value to write
 
         Returns: ProgrammingResult, with value.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_PROGRAMMING, (name, index, value))
 
@@ -2756,6 +3523,16 @@ class Operations:
             param3: third field
 
         Returns: SetServiceParamResult, with code, answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_SERVICE_PARAM, (type, value, param3))
 
@@ -2775,6 +3552,16 @@ class Operations:
             point: decimal point byte
 
         Returns: SetTaxRatesResult, with remaining_changes.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_TAX_RATES, (tax1, tax2, tax3, tax4, tax5, tax6, point))
 
@@ -2787,6 +3574,16 @@ class Operations:
             oper_field1: first field
             oper_field2: second field
             oper_field3: third field
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_OPERATOR_PASSWORD, (oper_field1, oper_field2, oper_field3))
 
@@ -2799,6 +3596,16 @@ class Operations:
             image: the image as the register takes it
 
         Returns: UploadImageResult, with answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_UPLOAD_IMAGE, (image,))
 
@@ -2811,6 +3618,16 @@ class Operations:
             stamp: the stamp as the register takes it
 
         Returns: UploadStampResult, with answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_UPLOAD_STAMP, (stamp,))
 
@@ -2818,6 +3635,16 @@ class Operations:
         """Switches the register off; -1 for an empty result field.
 
         The register's operation PowerOff (C: verda_PowerOff).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_POWER_OFF, ())
 
@@ -2825,6 +3652,16 @@ class Operations:
         """Restarts the register (the log says PowerOff); -1 for an empty result field.
 
         The register's operation Restart (C: verda_Restart).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_RESTART, ())
 
@@ -2832,6 +3669,16 @@ class Operations:
         """Asks the register to check for a firmware update.
 
         The register's operation CheckUpdate (C: verda_CheckUpdate).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_CHECK_UPDATE, ())
 
@@ -2844,6 +3691,16 @@ class Operations:
             group: group number
 
         Returns: GetTradingGroupInfoResult, with group_number, group_amount, group_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_TRADING_GROUP_INFO, (group,))
 
@@ -2857,5 +3714,15 @@ class Operations:
 
         Returns: GetDepInfoInCheckResult, with dep_char, dep_amount1, dep_number, dep_amount2,
             dep_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DEP_INFO_IN_CHECK, (dep,))
