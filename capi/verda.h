@@ -92,6 +92,204 @@ enum verda_interface_code {
    largest frame, every byte of it three bytes of UTF-8. */
 #define VERDA_TEXT_MAX 196453
 
+/* --- The register's codes ------------------------------------------------- */
+
+/* The values that parameters of the operations take, named once (see
+   docs/codes.md): a code sent as a number is an int, one sent as a byte is
+   the character of a char parameter. Enum constants add no symbols. */
+
+/* BEGIN GENERATED CODES (capi/generate.py from capi/codes.txt) */
+
+/* ReceiptType: The kind of receipt that OpenFiscalInv opens. The four kinds of turnover are
+   counted apart in the register's totals and reports (PrintReport's Sum, Ret, Purch and RetPurch
+   groups). A correction receipt is opened with a CorrectionType in the same parameter. Taken by
+   OpenFiscalInv's ReceiptType; docs/codes.md tells more. */
+enum verda_receipt_type {
+    /* (the simulated register) A sale to a customer (приход): printed under ПРИХОД; its cash
+       goes into the drawer. (sale) */
+    VERDA_RECEIPT_SALE = 0,
+    /* (the simulated register) A customer's return of a sale (возврат прихода): ВОЗВРАТ ПРИХОДА;
+       its cash comes out of the drawer, which must hold it. (return) */
+    VERDA_RECEIPT_RETURN = 1,
+    /* (the simulated register) The shop pays someone (расход), for instance for goods bought
+       from a customer: РАСХОД; its cash comes out of the drawer. (purchase) */
+    VERDA_RECEIPT_PURCHASE = 2,
+    /* (the simulated register) A purchase given back (возврат расхода): ВОЗВРАТ РАСХОДА; its
+       cash goes into the drawer. (purchase-return) */
+    VERDA_RECEIPT_PURCHASE_RETURN = 3,
+    /* Opens a shift instead of a receipt; OpenFiscalInv then hands back no numbers (OpenShift
+       sends the same request and gives them). */
+    VERDA_RECEIPT_SHIFT = 4
+};
+
+/* CorrectionType: A correction receipt books what should have been booked before, by its sums
+   alone: OpenFiscalInv with one of these as its ReceiptType, then one TotalCorrecion with the
+   payment mode, the amount and the sums by tax group (in order Tax_18, Tax_10, Corr_0,
+   Corr_noNDS, Tax_18_118, Tax_10_110, which the simulated register books as the tax groups 1 to
+   6 and prints as СУММА A to СУММА F), then CloseFiscalInv. It takes no sale lines and no Total.
+   Taken by OpenFiscalInv's ReceiptType; docs/codes.md tells more. */
+enum verda_correction_type {
+    /* (the simulated register) Corrects sales (коррекция прихода): КОРРЕКЦИЯ ПРИХОДА; its cash
+       goes into the drawer. (sale) */
+    VERDA_CORRECTION_SALE = 5,
+    /* (the simulated register) Corrects purchases (коррекция расхода): КОРРЕКЦИЯ РАСХОДА; its
+       cash comes out of the drawer. (purchase) */
+    VERDA_CORRECTION_PURCHASE = 6
+};
+
+/* DiscountKind: The kind of a discount or surcharge, with its value: on a sale line
+   (RegisterSale, RegisterArticleSale) or on the whole receipt (Subtotal). The driver knows only
+   '0', and writes "no discount" differently for each operation; every other byte goes through as
+   given. The simulated register reads the value without its sign: the kind decides the
+   direction. A RegisterSale whose kind is '0' but whose DiscSum is not 0 is a discount of that
+   sum there. verda-server's JSON gives an adjustment as "discount": {"percent": N} or {"sum":
+   N}, and "surcharge" alike; these names are the kinds those objects choose. Taken by
+   RegisterSale's DiscountType, RegisterArticleSale's DiscountType, Subtotal's DiscountType;
+   docs/codes.md tells more. */
+enum verda_discount_kind {
+    /* No discount: RegisterSale sends '0' (also whenever the value is below 0.000001),
+       RegisterArticleSale leaves the value out, Subtotal leaves both fields empty. (none) */
+    VERDA_DISCOUNT_NONE = '0',
+    /* (the simulated register) A discount in percent (at most 100): printed as СКИДКА with the
+       percentage. (discount-percent) */
+    VERDA_DISCOUNT_PERCENT = '1',
+    /* (the simulated register) A discount of a sum: СКИДКА; never more than the line (a
+       receipt's leaves something to pay). (discount-sum) */
+    VERDA_DISCOUNT_SUM = '2',
+    /* (the simulated register) A surcharge in percent (at most 100): НАДБАВКА.
+       (surcharge-percent) */
+    VERDA_DISCOUNT_SURCHARGE_PERCENT = '3',
+    /* (the simulated register) A surcharge of a sum: НАДБАВКА. (surcharge-sum) */
+    VERDA_DISCOUNT_SURCHARGE_SUM = '4'
+};
+
+/* PaymentMode: How a payment is made, for Total (and TotalCorrecion). The driver sends the
+   number as it is. The simulated register takes 0 to 5 and prints each mode by its parameter
+   PayName (index: the mode), whose texts on a new register are given below; a shop may rename
+   them with Programming. verda-server and verda receipt name cash and card; the others are given
+   by their numbers. Taken by Total's PaidMode, TotalCorrecion's PaidMode; docs/codes.md tells
+   more. */
+enum verda_payment_mode {
+    /* (the simulated register) Cash (НАЛИЧНЫМИ): the only mode that may pay more than is due and
+       give change; it goes into or out of the drawer. (cash) */
+    VERDA_PAYMENT_CASH = 0,
+    /* (the simulated register) A payment card (КАРТОЙ): never more than is due. (card) */
+    VERDA_PAYMENT_CARD = 1,
+    /* (the simulated register) КРЕДИТ: never more than is due. */
+    VERDA_PAYMENT_CREDIT = 2,
+    /* (the simulated register) АВАНС (an advance paid before): never more than is due. */
+    VERDA_PAYMENT_ADVANCE = 3,
+    /* (the simulated register) ВСТРЕЧНО (in kind): never more than is due. */
+    VERDA_PAYMENT_CONSIDERATION = 4,
+    /* (the simulated register) ТАРА (returnable containers): never more than is due. */
+    VERDA_PAYMENT_CONTAINER = 5
+};
+
+/* PaymentStatus: What the register answers a payment (Total's ErrorStatus), with the amount that
+   goes with it (NewAmount). The driver reads that amount only after these three; after any other
+   answer ErrorStatus is a space. Taken by Total's ErrorStatus; docs/codes.md tells more. */
+enum verda_payment_status {
+    /* (the simulated register) Paid in full, exactly; NewAmount is 0. */
+    VERDA_PAID_EXACTLY = '0',
+    /* (the simulated register) A sum is still due: NewAmount is what is left to pay. */
+    VERDA_PAID_SHORT = 'D',
+    /* (the simulated register) Paid in full with change: NewAmount is the change. */
+    VERDA_PAID_WITH_CHANGE = 'R'
+};
+
+/* CashDirection: Which way cash goes in ParishOrConsumption. An amount of 0 only asks for the
+   sums (cash in the drawer, booked in and out in the shift), in either direction; any other
+   amount prints a document of its own. Taken by ParishOrConsumption's Type; docs/codes.md tells
+   more. */
+enum verda_cash_direction {
+    /* (the simulated register) Cash put into the drawer: ВНЕСЕНИЕ. (in) */
+    VERDA_CASH_IN = '0',
+    /* (the simulated register) Cash taken out of the drawer: ВЫПЛАТА; not more than it holds.
+       (out) */
+    VERDA_CASH_OUT = '1'
+};
+
+/* TaxGroup: The tax group of a sale line (RegisterSale) or an article (PrgAndReadArticleP), one
+   byte. The register keeps a rate for each group (SetTaxRates sets them in order,
+   ReportOnTaxRates reads them as TaxA to TaxF), and Subtotal gives the tax of each (Tax1 to
+   Tax6). The simulated register also takes the letters A to F for the groups 1 to 6, marks each
+   line with its group's letter, and prints at the closing the tax of each group it sold, as НДС
+   with the rate. Its rates on a new register are 20 %, 10 % and 0 % for the others;
+   verda-server's JSON gives the group as its number. Taken by RegisterSale's TaxCd,
+   PrgAndReadArticleP's TaxGr; docs/codes.md tells more. */
+enum verda_tax_group {
+    /* (the simulated register) Letter A on the line; at the closing НДС at the first rate (20.00
+       % on a new register). (1) */
+    VERDA_TAX_GROUP_1 = '1',
+    /* (the simulated register) Letter B; НДС at the second rate (10.00 % on a new register). (2) */
+    VERDA_TAX_GROUP_2 = '2',
+    /* (the simulated register) Letter C; the third rate (0 % on a new register). (3) */
+    VERDA_TAX_GROUP_3 = '3',
+    /* (the simulated register) Letter D; the fourth rate (0 % on a new register). (4) */
+    VERDA_TAX_GROUP_4 = '4',
+    /* (the simulated register) Letter E; the fifth rate (0 % on a new register). (5) */
+    VERDA_TAX_GROUP_5 = '5',
+    /* (the simulated register) Letter F; the sixth rate (0 % on a new register). (6) */
+    VERDA_TAX_GROUP_6 = '6'
+};
+
+/* ReceiptParameter: What SetFiscalInvParam attaches to the open receipt. The driver cuts and
+   converts the value by its type; the simulated register prints it with a label. Taken by
+   SetFiscalInvParam's Type; docs/codes.md tells more. */
+enum verda_receipt_parameter {
+    /* The buyer's telephone or e-mail address: the first 16 bytes, unconverted (so ASCII); the
+       simulated register prints it after ТЕЛ./E-MAIL ПОКУПАТЕЛЯ. */
+    VERDA_PARAMETER_BUYER_CONTACT = 0,
+    /* The buyer's name: the first 64 bytes, unconverted (so ASCII); the simulated register
+       prints it after ПОКУПАТЕЛЬ. */
+    VERDA_PARAMETER_BUYER_NAME = 1,
+    /* Any other type: a line of text, converted, at most 128 bytes; the simulated register
+       prints it as it is. */
+    VERDA_PARAMETER_TEXT = 2
+};
+
+/* OpenDocument: Which document the register has open, as FiscalTransactionsStatus gives it in
+   IsOpen (byte 0 when the register gives no field): what a program reads after a lost link, to
+   tell whether a receipt is still open. Taken by FiscalTransactionsStatus's IsOpen;
+   docs/codes.md tells more. */
+enum verda_open_document {
+    /* (the simulated register) No document is open. (none) */
+    VERDA_DOCUMENT_NONE = '0',
+    /* (the simulated register) A receipt (OpenFiscalInv) is open: Number, Items, Amount and Paid
+       are its. (receipt) */
+    VERDA_DOCUMENT_RECEIPT = '1',
+    /* (the simulated register) A service document (OpenServiceInv) is open. (service) */
+    VERDA_DOCUMENT_SERVICE = '2'
+};
+
+/* Unit: The unit of measure of a sale line. The driver sends 0 as an empty field; any other
+   number goes as it is, and its meaning is the register's (the simulated register takes any
+   whole number and prints nothing of it). Taken by RegisterSale's Unit; docs/codes.md tells
+   more. */
+enum verda_unit {
+    /* No unit: the field is sent empty. */
+    VERDA_UNIT_NONE = 0
+};
+
+/* SettlementSubject: What a sale line sells, the line's attribute (RegisterSale's Sign). The
+   driver sends 0 as an empty field; any other number goes as it is, and its meaning is the
+   register's (the simulated register takes any whole number and prints nothing of it). Taken by
+   RegisterSale's Sign; docs/codes.md tells more. */
+enum verda_settlement_subject {
+    /* No attribute: the field is sent empty. */
+    VERDA_SUBJECT_NONE = 0
+};
+
+/* SettlementMethod: How a sale line is settled, its payment attribute (RegisterSale's SignPay).
+   The driver sends 0 as an empty field; any other number goes as it is, and its meaning is the
+   register's (the simulated register takes any whole number and prints nothing of it). Taken by
+   RegisterSale's SignPay; docs/codes.md tells more. */
+enum verda_settlement_method {
+    /* No attribute: the field is sent empty. */
+    VERDA_METHOD_NONE = 0
+};
+/* END GENERATED CODES */
+
 /* --- Handles ----------------------------------------------------------- */
 
 typedef struct verda_device verda_device;

@@ -75,14 +75,14 @@ void runStatus(Session& session) {
                                         std::to_string(minutes) + " min"
                                   : "closed";
     if (over24h) shift += ", over 24 hours: close it with z-report";
-    // The register's kinds of document: "0" none, "1" a receipt, "2" a
-    // service document; another kind is shown as it came.
+    // The register's open document (an OpenDocument); another kind is shown
+    // as it came.
     std::string document = "none";
-    if (kind == '1' || kind == '2')
-        document = std::string(kind == '1' ? "receipt " : "service document ") +
+    if (kind == VERDA_DOCUMENT_RECEIPT || kind == VERDA_DOCUMENT_SERVICE)
+        document = std::string(kind == VERDA_DOCUMENT_RECEIPT ? "receipt " : "service document ") +
                    std::to_string(slip) + ", " + std::to_string(items) + " lines, total " +
                    money(amount) + ", paid " + money(paid);
-    else if (kind != '0' && kind != 0)
+    else if (kind != VERDA_DOCUMENT_NONE && kind != 0)
         document = std::string("kind ") + kind + ", number " + std::to_string(slip);
     printPairs(session.out(),
                {{"status bits", bits(picture.text())},

@@ -91,7 +91,7 @@ receipt::Payment readPayment(const std::string& arg) {
     const size_t colon = arg.find(':');
     if (colon != std::string::npos) {
         const std::string mode = arg.substr(0, colon);
-        if (!receipt::modeByName(mode, payment.mode))
+        if (!codes::valueOf(codes::kPaymentMode, mode.c_str(), payment.mode))
             payment.mode = toInt(mode, 0, receipt::kLastMode, "payment mode");
         amount = arg.substr(colon + 1);
     }
@@ -104,19 +104,23 @@ receipt::Adjustment readAdjustment(const std::string& discount, const std::strin
     for (const char* option : {"--discount", "--surcharge"}) {
         std::string value = option[2] == 'd' ? discount : surcharge;
         if (value.empty()) continue;
-        if (a.kind != '0') throw UsageError("give --discount or --surcharge, not both");
+        if (a.kind != VERDA_DISCOUNT_NONE)
+            throw UsageError("give --discount or --surcharge, not both");
         const bool percent = value.back() == '%';
         if (percent) value.pop_back();
         a.value = toAmount(value, 2, option);
         if (percent && a.value > 100) throw UsageError(std::string(option) + ": above 100%");
-        a.kind = static_cast<char>((option[2] == 'd' ? '1' : '3') + (percent ? 0 : 1));
+        if (option[2] == 'd')
+            a.kind = percent ? VERDA_DISCOUNT_PERCENT : VERDA_DISCOUNT_SUM;
+        else
+            a.kind = percent ? VERDA_DISCOUNT_SURCHARGE_PERCENT : VERDA_DISCOUNT_SURCHARGE_SUM;
     }
     return a;
 }
 
 int readReceiptType(const std::string& text) {
-    for (int i = 0; i < 4; ++i)
-        if (text == receipt::kTypeNames[i]) return i;
+    int type = 0;
+    if (codes::valueOf(codes::kReceiptType, text.c_str(), type)) return type;
     throw UsageError("--type: sale, return, purchase or purchase-return, not " + text);
 }
 
@@ -171,7 +175,7 @@ void runReceipt(Session& session, const ReceiptArgs& args) {
     const std::vector<receipt::Payment> payments =
         order.payments.empty() ? std::vector<receipt::Payment>(1) : order.payments;
     for (size_t i = 0; i < payments.size(); ++i) {
-        const char* name = receipt::modeName(payments[i].mode);
+        const char* name = codes::nameOf(codes::kPaymentMode, payments[i].mode);
         pairs.push_back({name != nullptr ? name : "payment " + std::to_string(payments[i].mode),
                          money(p.paid[i])});
     }
@@ -182,7 +186,7 @@ void runReceipt(Session& session, const ReceiptArgs& args) {
     printPairs(session.out(), pairs);
 }
 
-// cash-in and cash-out: the register's kind "0" puts cash in, "1" takes it out.
+// cash-in and cash-out: kind is a CashDirection (VERDA_CASH_IN or VERDA_CASH_OUT).
 void runCash(Session& session, const std::vector<std::string>& operands, char kind) {
     expectOperands(operands, 1, 1);
     const double amount = toAmount(operands[0], 2, "amount");
@@ -242,14 +246,15 @@ void addSellingCommands(Commands& commands) {
     operands(commands.add("cash-in", "put cash into the drawer",
                           "Usage: verda ... cash-in AMOUNT\n"
                           "Books cash put into the drawer and shows the drawer's cash.\n",
-                          [amount](Session& session) { runCash(session, *amount, '0'); }),
+                          [amount](Session& session) { runCash(session, *amount, VERDA_CASH_IN); }),
              *amount);
     amount = std::make_shared<std::vector<std::string>>();
-    operands(commands.add("cash-out", "take cash out of the drawer",
-                          "Usage: verda ... cash-out AMOUNT\n"
-                          "Books cash taken out of the drawer and shows the drawer's cash.\n",
-                          [amount](Session& session) { runCash(session, *amount, '1'); }),
-             *amount);
+    operands(
+        commands.add("cash-out", "take cash out of the drawer",
+                     "Usage: verda ... cash-out AMOUNT\n"
+                     "Books cash taken out of the drawer and shows the drawer's cash.\n",
+                     [amount](Session& session) { runCash(session, *amount, VERDA_CASH_OUT); }),
+        *amount);
 }
 
 }  // namespace cli

@@ -5,17 +5,7 @@
 
 namespace receipt {
 
-const char* const kTypeNames[4] = {"sale", "return", "purchase", "purchase-return"};
-
 namespace {
-
-const char* const kModeNames[] = {"cash", "card"};
-
-// The register's answers to a payment: a sum still due, or paid in full
-// with change; "0" is paid exactly.
-const char kStillDue = 'D';
-const char kWithChange = 'R';
-const char kExactly = '0';
 
 // Amounts as the register keeps them, in kopecks.
 double kopecks(double value) {
@@ -61,7 +51,7 @@ class Sale {
             if (!pay(static_cast<int>(i), payments[i], status)) return out_;
             observer_.step(Stage::Payment, static_cast<int>(i), p_);
         }
-        if (status == kStillDue) {
+        if (status == VERDA_PAID_SHORT) {
             out_.failure.unpaid = true;
             fail(Stage::Payment, static_cast<int>(payments.size()) - 1, "Total", 0);
             return out_;
@@ -91,11 +81,11 @@ class Sale {
                 verda_Total(d_, payment.mode, amount, '1', &status, &left, &p_.slip)))
             return false;
         p_.paid.push_back(amount);
-        p_.changeGiven = status == kWithChange;
+        p_.changeGiven = status == VERDA_PAID_WITH_CHANGE;
         p_.change = p_.changeGiven ? left : 0;
-        if (status == kStillDue)
+        if (status == VERDA_PAID_SHORT)
             p_.due = left;
-        else if (status == kWithChange || status == kExactly)
+        else if (status == VERDA_PAID_WITH_CHANGE || status == VERDA_PAID_EXACTLY)
             p_.due = 0;
         else  // an answer of no known meaning: what was due, less the payment
             p_.due = std::max(0.0, kopecks(p_.due - amount));
@@ -156,19 +146,6 @@ class Sale {
 };
 
 }  // namespace
-
-const char* modeName(int mode) {
-    return mode >= 0 && mode < 2 ? kModeNames[mode] : nullptr;
-}
-
-bool modeByName(const std::string& name, int& mode) {
-    for (int i = 0; i < 2; ++i)
-        if (name == kModeNames[i]) {
-            mode = i;
-            return true;
-        }
-    return false;
-}
 
 Outcome sell(verda_device* device, const Order& order, Observer& observer) {
     return Sale(device, order, observer).run();

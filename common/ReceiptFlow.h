@@ -28,29 +28,24 @@
 //
 // Not part of the library; it uses only capi/verda.h.
 
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "capi/verda.h"
+#include "common/Codes.h"
 
 namespace receipt {
 
-// The register's kinds of receipt, by the names the programs take: 0 sale,
-// 1 return, 2 purchase, 3 purchase-return.
-extern const char* const kTypeNames[4];
+// The register's kinds of receipt and payment modes are named in
+// common/Codes.h (codes::kReceiptType, codes::kPaymentMode); its payment
+// modes are 0 to kLastMode.
+const int kLastMode = std::end(codes::kPaymentMode)[-1].value;
 
-// The register's payment modes are 0 to kLastMode; 0 and 1 have names.
-const int kLastMode = 5;
-// "cash" for 0, "card" for 1; null for the others.
-const char* modeName(int mode);
-// The mode of a name of modeName; false for any other text.
-bool modeByName(const std::string& name, int& mode);
-
-// A discount or a surcharge in the register's terms: kind '0' none, '1' a
-// discount in percent, '2' a discount as a sum, '3' and '4' the same for a
-// surcharge.
+// A discount or a surcharge in the register's terms: a DiscountKind
+// (VERDA_DISCOUNT_...) and its value.
 struct Adjustment {
-    char kind = '0';
+    char kind = VERDA_DISCOUNT_NONE;
     double value = 0;
 };
 
@@ -60,17 +55,17 @@ struct Line {
     std::string name;  // UTF-8; by name only
     double price = 0;  // by name only
     double quantity = 1;
-    char tax = '1';         // the register's tax code, one byte; by name only
-    int department = 1;     // by name only
-    Adjustment adjustment;  // on this line
+    char tax = VERDA_TAX_GROUP_1;  // the register's tax group, one byte; by name only
+    int department = 1;            // by name only
+    Adjustment adjustment;         // on this line
     // Room for the line's unit, subject and payment method (Unit, Sign and
     // SignPay of the register's sale), sent as 0 today.
 };
 
 // One payment.
 struct Payment {
-    int mode = 0;       // 0 cash, 1 card, up to kLastMode the register's others
-    double amount = 0;  // 0: what is still due
+    int mode = VERDA_PAYMENT_CASH;  // a PaymentMode, up to kLastMode
+    double amount = 0;              // 0: what is still due
 };
 
 // Who works the register for the receipt.
@@ -83,7 +78,7 @@ struct Cashier {
 };
 
 struct Order {
-    int type = 0;  // an index of kTypeNames
+    int type = VERDA_RECEIPT_SALE;  // a ReceiptType
     Cashier cashier;
     std::vector<Line> lines;
     std::vector<std::string> text;  // UTF-8 lines printed after the sale lines

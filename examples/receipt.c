@@ -41,18 +41,18 @@ static int sell_one_receipt(verda_device* d) {
     else
         puts("                 (a shift that is open already is fine)");
 
-    int rc = step("OpenFiscalInv",
-                  verda_OpenFiscalInv(d, 1, "1", 1, 0, "", "", "Иванова", "", &slip, &doc, &shift));
+    int rc = step("OpenFiscalInv", verda_OpenFiscalInv(d, 1, "1", 1, VERDA_RECEIPT_SALE, "", "",
+                                                       "Иванова", "", &slip, &doc, &shift));
     if (rc != VERDA_OK) return rc;
 
     /* One loaf at 45.50, tax group '1', department 1, no discount. */
-    rc = step("RegisterSale",
-              verda_RegisterSale(d, "Хлеб", '1', 45.50, 1.0, 0, 1, '0', 0, 0, 0, 0, 0, &slip));
+    rc = step("RegisterSale", verda_RegisterSale(d, "Хлеб", VERDA_TAX_GROUP_1, 45.50, 1.0, 0, 1,
+                                                 VERDA_DISCOUNT_NONE, 0, 0, 0, 0, 0, &slip));
     if (rc == VERDA_OK) {
         /* Cash (payment mode 0), 50.00 handed over, change allowed. */
         char status = ' ';
         double rest = 0;
-        rc = step("Total", verda_Total(d, 0, 50.00, '1', &status, &rest, &slip));
+        rc = step("Total", verda_Total(d, VERDA_PAYMENT_CASH, 50.00, '1', &status, &rest, &slip));
         if (rc == VERDA_OK) printf("                 status %c, %.2f\n", status, rest);
     }
     if (rc != VERDA_OK) {

@@ -5,7 +5,8 @@
 # each build include the checks of the exported symbols, the API reference,
 # the changelog and the files generated from capi/operations.txt; the native
 # build also runs the Python package's tests and compares the C interface with
-# its ABI baseline. The native and 32-bit builds are then packaged as .deb files
+# its ABI baseline, and the TypeScript client's tests (Node's test runner,
+# against verda-server). The native and 32-bit builds are then packaged as .deb files
 # for amd64 and i386, and the packaged files are checked on their own: headers,
 # the examples built with pkg-config and with CMake, run against the packaged
 # simulator, and the packaged verda-server started (scripts/check-installed.sh).
@@ -25,6 +26,10 @@ install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config h
 # libcpp-httplib-dev to curl: verda-server, its tests over HTTP (prometheus for
 # promtool) and the check of its package; chromium to python3-selenium: the
 # web console's tests in a real browser
+
+# The TypeScript client's npm packages, as its committed lock file names them
+# (Node and npm are on the machine): its tests run in the native build.
+(cd clients/typescript && npm ci --no-audit --no-fund --prefer-offline)
 
 jobs=${JOBS:-2}
 run() {

@@ -1,27 +1,43 @@
 """Python access to a fiscal cash register through libCorteliaVERDA.
 
     import verda
+    from verda import DiscountKind, PaymentMode, ReceiptType, TaxGroup
 
     with verda.Device.tcp("192.168.0.50", 4999) as register:
         register.printer_init()
-        shift = register.open_shift(1, "1", 1, "", "", "Иванов И.И.", "")
-        print(shift.n_shift)
+        register.start_shift(cashier="Иванова А. В.")
+        register.open_receipt(ReceiptType.SALE, cashier="Иванова А. В.")
+        register.sell("Хлеб", 45.50, 2, tax=TaxGroup.GROUP_1,
+                      discount=DiscountKind.PERCENT, discount_value=5)
+        register.pay(100.00, PaymentMode.CASH)
+        print(register.close_fiscal_inv().sign_fp)
 
 Every operation of the register is a method of Device, named after the
 operation in snake_case (OpenFiscalInv -> open_fiscal_inv); its inputs are
 its parameters, in the order of the operation, and its outputs come back as
-one object with an attribute each (n_fd, sign_fp, ...), or None. Text is str
-both ways; a char parameter takes a one-character str (in the register's
-code page) or the byte as an int, 0 to 255, and comes back as a
-one-character str.
+one object with an attribute each (n_fd, sign_fp, ...), or None. What a
+point-of-sale program does most also has a method with keyword arguments:
+start_shift, open_receipt, sell, sell_article, sum_up, pay, cash_in,
+cash_out, cash_sums, x_report, z_report, tax_rates.
+
+The register's codes are enums (ReceiptType, CorrectionType, DiscountKind,
+PaymentMode, PaymentStatus, CashDirection, TaxGroup, ReceiptParameter,
+OpenDocument, Unit, SettlementSubject, SettlementMethod; docs/codes.md):
+a code sent as a number is an IntEnum, one sent as a byte an enum of
+one-character strings. Text is str both ways; a char parameter takes a
+one-character str (in the register's code page), or one raw byte as bytes,
+but not an int (TypeError), and comes back as a one-character str.
 
 A refusal of the register raises DeviceError (with .code and its Russian
 .text); a failed exchange (or a broken reply) raises LinkError, a subclass.
-Bad arguments raise TypeError or ValueError before anything is sent: also
-text with a character that the register's code page cannot carry.
+After a LinkError the register may or may not have done what was asked: the
+method's docstring says what to read to find out. Bad arguments raise
+TypeError or ValueError before anything is sent: also text with a character
+that the register's code page cannot carry.
 
 The package loads libCorteliaVERDA by its soname, or from the path in the
-environment variable VERDA_LIBRARY.
+environment variable VERDA_LIBRARY; a library that cannot be loaded raises
+OSError naming the file tried and VERDA_LIBRARY.
 """
 
 from __future__ import annotations
@@ -30,12 +46,15 @@ import ctypes
 import os
 import threading
 
-from . import _call, _operations
+from . import _call, _codes, _operations
+from ._codes import *  # noqa: F401,F403 (the enums of the codes)
 from ._library import ENVIRONMENT as LIBRARY_VARIABLE, library
 from ._operations import *  # noqa: F401,F403 (the result classes)
 from ._operations import Operations
+from ._selling import Selling, ShiftReport
 
-__all__ = ["Device", "DeviceError", "LinkError", "error_text", "LIBRARY_VARIABLE"] + [
+__all__ = ["Device", "DeviceError", "LinkError", "ShiftReport", "error_text",
+           "LIBRARY_VARIABLE"] + _codes.__all__ + [
     name for name in dir(_operations) if name.endswith("Result")]
 
 # Results that say the arguments were refused before anything was sent.
@@ -77,7 +96,7 @@ def _raise(code: int, operation: str) -> None:
     raise DeviceError(code, operation)
 
 
-class Device(Operations):
+class Device(Selling, Operations):
     """One register, through a handle of its own. Make it open with
     Device.tcp or Device.serial; it is a context manager that closes on exit.
     Calls from several threads are serialised; two Devices work in

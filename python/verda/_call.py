@@ -70,6 +70,9 @@ def argument(operation: Operation, parameter: Parameter, value: Any):
         except UnicodeEncodeError as error:
             raise ValueError(f"{where} is not text that UTF-8 can carry") from error
     if kind == "char":
+        # A character, or a raw byte given as such; never a number, which
+        # would go out as the byte of that value where the register reads a
+        # character ('1' is 0x31, not 0x01).
         if isinstance(value, str):
             if len(value) != 1:
                 raise ValueError(f"{where} must be one character, not {len(value)}")
@@ -78,11 +81,14 @@ def argument(operation: Operation, parameter: Parameter, value: Any):
             except UnicodeEncodeError as error:
                 raise ValueError(f"{where}: {value!r} has no byte in the register's "
                                  f"code page") from error
+        if isinstance(value, bytes):
+            if len(value) != 1:
+                raise ValueError(f"{where} must be one byte, not {len(value)}")
+            return value
         if isinstance(value, int) and not isinstance(value, bool):
-            if not 0 <= value <= 255:
-                raise ValueError(f"{where} must be a byte, 0 to 255, not {value}")
-            return bytes((value,))
-        raise TypeError(f"{where} must be a one-character str or an int, "
+            raise TypeError(f"{where} takes a character such as '1' (or one raw byte as "
+                            f"bytes), not the int {value}")
+        raise TypeError(f"{where} must be a one-character str or one byte, "
                         f"not {type(value).__name__}")
     if isinstance(value, bool) or not isinstance(value, (int, float) if kind == "double" else int):
         expected = "a number" if kind == "double" else "an int"

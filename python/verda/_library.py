@@ -1,6 +1,8 @@
 """Finding libCorteliaVERDA: the file named by the environment variable
 VERDA_LIBRARY when it is set (a build tree, the tests), else the installed
-library by its soname, as the dynamic loader finds it."""
+library by its soname, as the dynamic loader finds it. A library that cannot
+be loaded is an OSError that says which file was tried and how to name
+another."""
 
 from __future__ import annotations
 
@@ -28,8 +30,15 @@ def library() -> ctypes.CDLL:
     global _library
     with _lock:
         if _library is None:
-            path = os.environ.get(ENVIRONMENT) or _soname()
-            lib = ctypes.CDLL(path)
+            given = os.environ.get(ENVIRONMENT)
+            path = given or _soname()
+            try:
+                lib = ctypes.CDLL(path)
+            except OSError as error:
+                where = (f"{ENVIRONMENT}={given}" if given else
+                         f"{path} (install libCorteliaVERDA, or set {ENVIRONMENT} to the path "
+                         "of libCorteliaVERDA.so)")
+                raise OSError(f"cannot load libCorteliaVERDA from {where}: {error}") from error
             handle, text, integer = ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int
             for name, result, parameters in (
                     ("verda_device_new", handle, ()),

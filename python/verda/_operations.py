@@ -6,6 +6,9 @@ from __future__ import annotations
 from typing import NamedTuple
 
 from ._call import Operation, Parameter
+from ._codes import (CashDirection, CorrectionType, DiscountKind, PaymentMode, ReceiptParameter,
+                     ReceiptType, SettlementMethod, SettlementSubject, TaxGroup,
+                     Unit)  # noqa: F401 (annotations)
 
 # The result codes (wire/ResultCodes.h, capi/verda.h) and the size of a text output
 # that is never cut (VERDA_TEXT_MAX).
@@ -110,7 +113,7 @@ class TotalResult(NamedTuple):
     """The outputs of Device.total."""
 
     error_status: str
-    """'0', 'D' or 'R' as the register gives it; a space otherwise"""
+    """'0', 'D' or 'R' as the register gives it; a space otherwise (verda.PaymentStatus)"""
     new_amount: float
     """the amount that goes with the status"""
     slip_number: int
@@ -164,7 +167,7 @@ class FiscalTransactionsStatusResult(NamedTuple):
     """The outputs of Device.fiscal_transactions_status."""
 
     is_open: str
-    """the register's open-document byte; 0 when it gives none"""
+    """the register's open-document byte; 0 when it gives none (verda.OpenDocument)"""
     number: int
     """document number"""
     items: int
@@ -1698,6 +1701,11 @@ class Operations:
         """Asks whether the register answers.
 
         The register's operation CheckConnection (C: verda_CheckConnection).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing on the register changes: it did not
+                answer. Call again once the link is back.
+            DeviceError: the register refused it.
         """
         return self._call(_CHECK_CONNECTION, ())
 
@@ -1706,6 +1714,13 @@ class Operations:
         open, before the first receipt.
 
         The register's operation PrinterInit (C: verda_PrinterInit).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing on the register changes: it only reads.
+                But the handle may not know the register's decimal places, model and firmware
+                revision, which the sale line, the opening of a receipt and the text lines go by:
+                call printer_init again once the register answers, before selling.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINTER_INIT, ())
 
@@ -1719,19 +1734,38 @@ class Operations:
             op_code: operator number; 30 when OperName is given
             op_pwd: operator password; "30" when OperName is given
             till_nmb: till number
-            buyer: buyer field
-            vat_system: tax system field
-            oper_name: operator's name, at most 30 bytes; empty for none
-            oper_inn: operator's tax number; sent only when longer than 3 bytes
+            buyer: buyer's telephone or e-mail address (an electronic receipt), byte for byte; empty
+                for none
+            vat_system: the register's text for the shop's tax system, byte for byte; empty: the
+                register's own
+            oper_name: cashier's name, at most 30 bytes; empty for none
+            oper_inn: cashier's tax number (ИНН, 10 or 12 digits); sent only when longer than 3
+                bytes
 
         Returns: OpenShiftResult, with n_fd, sign_fp, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_SHIFT, (op_code, op_pwd, till_nmb, buyer, vat_system, oper_name,
                                         oper_inn))
 
-    def open_fiscal_inv(self, op_code: int, op_pwd: str, till_nmb: int, receipt_type: int,
-                        buyer: str, vat_system: str, oper_name: str,
-                        oper_inn: str) -> OpenFiscalInvResult:
+    def open_fiscal_inv(self, op_code: int, op_pwd: str, till_nmb: int,
+                        receipt_type: ReceiptType | CorrectionType | int, buyer: str,
+                        vat_system: str, oper_name: str, oper_inn: str) -> OpenFiscalInvResult:
         """Opens a receipt; receipt type 4 opens a shift and gives no numbers back.
 
         The register's operation OpenFiscalInv (C: verda_OpenFiscalInv).
@@ -1740,26 +1774,61 @@ class Operations:
             op_code: operator number; 30 when OperName is given
             op_pwd: operator password; "30" when OperName is given
             till_nmb: till number
-            receipt_type: kind of receipt; 4 opens a shift
-            buyer: buyer field
-            vat_system: tax system field
-            oper_name: operator's name, at most 30 bytes; empty for none
-            oper_inn: operator's tax number; sent only when longer than 3 bytes
+            receipt_type: kind of receipt; 4 opens a shift (verda.ReceiptType, verda.CorrectionType)
+            buyer: buyer's telephone or e-mail address (an electronic receipt), byte for byte; empty
+                for none
+            vat_system: the register's text for the shop's tax system, byte for byte; empty: the
+                register's own
+            oper_name: cashier's name, at most 30 bytes; empty for none
+            oper_inn: cashier's tax number (ИНН, 10 or 12 digits); sent only when longer than 3
+                bytes
 
         Returns: OpenFiscalInvResult, with slip_number, n_doc, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_FISCAL_INV, (op_code, op_pwd, till_nmb, receipt_type, buyer,
                                              vat_system, oper_name, oper_inn))
 
-    def set_fiscal_inv_param(self, type: int, data: str) -> None:
+    def set_fiscal_inv_param(self, type: ReceiptParameter | int, data: str) -> None:
         """Attaches a parameter to the open receipt.
 
         The register's operation SetFiscalInvParam (C: verda_SetFiscalInvParam).
 
         Args:
-            type: parameter selector, sent as a number
+            type: parameter selector, sent as a number (verda.ReceiptParameter)
             data: parameter value: 128 bytes converted; for type 0 (16 bytes) and 1 (64)
                 unconverted, so ASCII there
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_FISCAL_INV_PARAM, (type, data))
 
@@ -1769,6 +1838,22 @@ class Operations:
         The register's operation CloseFiscalInv (C: verda_CloseFiscalInv).
 
         Returns: CloseFiscalInvResult, with slip_number, n_fd, sign_fp, n_doc, n_shift.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_CLOSE_FISCAL_INV, ())
 
@@ -1778,37 +1863,67 @@ class Operations:
         The register's operation CancelFiscalInv (C: verda_CancelFiscalInv).
 
         Returns: CancelFiscalInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The register may or may not have done it: a
+                failed exchange means that no valid reply came back after five sends, not that the
+                request never arrived. Once the register answers again, ask it:
+                fiscal_transactions_status tells whether a receipt is open (is_open, an OpenDocument
+                code), with its number, lines and sums (after open_fiscal_inv, set_fiscal_inv_param
+                or cancel_fiscal_inv); get_status_shift whether a shift is open (after open_shift).
+                Closing fiscalises the receipt: read the fiscal drive's last document number
+                (get_of_dand_fn_status, doc_number) before close_fiscal_inv, and again after a
+                failed one. When it has moved on and no receipt is open, the receipt was closed, and
+                get_info_from_ej0 and get_info_from_ej1 read its fiscal document and sign back from
+                the electronic journal; when it has not moved and the receipt is still open, close
+                it again, or cancel it. Never sell the receipt again before knowing: it may be
+                fiscalised already.
+            DeviceError: the register refused it.
         """
         return self._call(_CANCEL_FISCAL_INV, ())
 
-    def register_sale(self, plu_name: str, tax_cd: str | int, price: float, quantity: float,
-                      unit: int, department: int, discount_type: str | int, discount_value: float,
-                      disc_sum: float, sum: float, sign: int, sign_pay: int) -> RegisterSaleResult:
+    def register_sale(self, plu_name: str, tax_cd: TaxGroup | str | bytes, price: float,
+                      quantity: float, unit: Unit | int, department: int,
+                      discount_type: DiscountKind | str | bytes, discount_value: float,
+                      disc_sum: float, sum: float, sign: SettlementSubject | int,
+                      sign_pay: SettlementMethod | int) -> RegisterSaleResult:
         """Sells one line on the open receipt.
 
         The register's operation RegisterSale (C: verda_RegisterSale).
 
         Args:
             plu_name: name of the goods, at most 64 bytes; empty: the department's name
-            tax_cd: tax code, one byte
+            tax_cd: tax code, one byte (verda.TaxGroup)
             price: price of one unit
             quantity: quantity
-            unit: unit of measure; 0 for none
+            unit: unit of measure; 0 for none, any other the register's (verda.Unit)
             department: department number
-            discount_type: kind byte of the discount; '0' for none
+            discount_type: kind byte of the discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount
             disc_sum: sum of the discount; 0 for none
             sum: sum of the line; reaches the log only
-            sign: line attribute; 0 for none
-            sign_pay: payment attribute; 0 for none
+            sign: what the line sells, its attribute; 0 for none, any other the register's
+                (verda.SettlementSubject)
+            sign_pay: how the line is settled, its payment attribute; 0 for none, any other the
+                register's (verda.SettlementMethod)
 
         Returns: RegisterSaleResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_REGISTER_SALE, (plu_name, tax_cd, price, quantity, unit, department,
                                            discount_type, discount_value, disc_sum, sum, sign,
                                            sign_pay))
 
-    def register_article_sale(self, plu_code: int, quantity: float, discount_type: str | int,
+    def register_article_sale(self, plu_code: int, quantity: float,
+                              discount_type: DiscountKind | str | bytes,
                               discount_value: float) -> RegisterArticleSaleResult:
         """Sells an article that the register holds, by its code.
 
@@ -1817,17 +1932,26 @@ class Operations:
         Args:
             plu_code: code of the stored article
             quantity: quantity
-            discount_type: kind byte of the discount; '0' for none
+            discount_type: kind byte of the discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount; not sent with kind '0'
 
         Returns: RegisterArticleSaleResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_REGISTER_ARTICLE_SALE, (plu_code, quantity, discount_type,
                                                    discount_value))
 
-    def print_free_text_in_fiscal_inv(self, text: str, bold: str | int, italic: str | int,
-                                      double_h: str | int, underline: str | int,
-                                      alignment: str | int, extra: str | int) -> None:
+    def print_free_text_in_fiscal_inv(self, text: str, bold: str | bytes, italic: str | bytes,
+                                      double_h: str | bytes, underline: str | bytes,
+                                      alignment: str | bytes, extra: str | bytes) -> None:
         """Prints a line of text on the open receipt.
 
         The register's operation PrintFreeTextInFiscalInv (C: verda_PrintFreeTextInFiscalInv).
@@ -1840,11 +1964,21 @@ class Operations:
             underline: format byte
             alignment: format byte
             extra: format byte
+
+        Raises:
+            LinkError: the exchange failed (100001). The line may or may not be on the receipt.
+                fiscal_transactions_status gives the open receipt's number of lines (items) and its
+                sum (amount): compare them with what they were before the call, and send the line
+                again only when it is not there. When in doubt, cancel the receipt
+                (cancel_fiscal_inv) and ring it up again from the start: nothing is fiscal before
+                the closing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_FREE_TEXT_IN_FISCAL_INV, (text, bold, italic, double_h, underline,
                                                            alignment, extra))
 
-    def subtotal(self, print: str | int, display: str | int, discount_type: str | int,
+    def subtotal(self, print: str | bytes, display: str | bytes,
+                 discount_type: DiscountKind | str | bytes,
                  discount_value: float) -> SubtotalResult:
         """Gives the running sums of the open receipt, with an optional discount on it.
 
@@ -1853,36 +1987,57 @@ class Operations:
         Args:
             print: print byte, passed through
             display: display byte, passed through
-            discount_type: kind byte of a discount; '0' for none
+            discount_type: kind byte of a discount; '0' for none (verda.DiscountKind)
             discount_value: value of the discount
 
         Returns: SubtotalResult, with slip_number, subtotal, tax1, tax2, tax3, tax4, tax5, tax6.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_SUBTOTAL, (print, display, discount_type, discount_value))
 
-    def total(self, paid_mode: int, amount: float, change: str | int) -> TotalResult:
+    def total(self, paid_mode: PaymentMode | int, amount: float,
+              change: str | bytes) -> TotalResult:
         """Records a payment on the open receipt.
 
         The register's operation Total (C: verda_Total).
 
         Args:
-            paid_mode: payment mode, sent as a number
+            paid_mode: payment mode, sent as a number (verda.PaymentMode)
             amount: sum paid
             change: '0' or '1'; any other byte is not sent
 
         Returns: TotalResult, with error_status, new_amount, slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_TOTAL, (paid_mode, amount, change))
 
-    def total_correcion(self, paid_mode: int, amount_tl: float, tax_18: float, tax_10: float,
-                        corr_0: float, corr_no_nds: float, tax_18_118: float,
+    def total_correcion(self, paid_mode: PaymentMode | int, amount_tl: float, tax_18: float,
+                        tax_10: float, corr_0: float, corr_no_nds: float, tax_18_118: float,
                         tax_10_110: float) -> None:
         """Records the payment of a correction receipt with its sums by tax rate.
 
         The register's operation TotalCorrecion (C: verda_TotalCorrecion).
 
         Args:
-            paid_mode: payment mode
+            paid_mode: payment mode (verda.PaymentMode)
             amount_tl: total amount
             tax_18: tax at 18%
             tax_10: tax at 10%
@@ -1890,24 +2045,45 @@ class Operations:
             corr_no_nds: sum without VAT
             tax_18_118: tax at 18/118
             tax_10_110: tax at 10/110
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_TOTAL_CORRECION, (paid_mode, amount_tl, tax_18, tax_10, corr_0,
                                              corr_no_nds, tax_18_118, tax_10_110))
 
-    def parish_or_consumption(self, type: str | int, amount: float) -> ParishOrConsumptionResult:
+    def parish_or_consumption(self, type: CashDirection | str | bytes,
+                              amount: float) -> ParishOrConsumptionResult:
         """Books cash in or out and gives the cash sums.
 
         The register's operation ParishOrConsumption (C: verda_ParishOrConsumption).
 
         Args:
-            type: direction byte, passed through
+            type: direction byte, passed through (verda.CashDirection)
             amount: sum in or out
 
         Returns: ParishOrConsumptionResult, with cash_sum, cash_in, cash_out.
+
+        Raises:
+            LinkError: the exchange failed (100001). subtotal may be called again: it reads the
+                sums, and a receipt discount it sets replaces the one before. A payment (total,
+                total_correcion) may or may not have been recorded: fiscal_transactions_status gives
+                what the open receipt has been paid (paid); pay only what is still due. Cash in or
+                out (parish_or_consumption with an amount) may or may not have been booked:
+                parish_or_consumption with the amount 0 books nothing and gives the shift's sums in
+                and out (cash_in, cash_out); compare them with the sums before the call.
+            DeviceError: the register refused it.
         """
         return self._call(_PARISH_OR_CONSUMPTION, (type, amount))
 
-    def open_service_inv(self, extend: str | int) -> OpenServiceInvResult:
+    def open_service_inv(self, extend: str | bytes) -> OpenServiceInvResult:
         """Opens a service (non-fiscal) document.
 
         The register's operation OpenServiceInv (C: verda_OpenServiceInv).
@@ -1916,6 +2092,13 @@ class Operations:
             extend: '0' or '1'; any other byte sends an empty request
 
         Returns: OpenServiceInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_SERVICE_INV, (extend,))
 
@@ -1925,12 +2108,19 @@ class Operations:
         The register's operation CloseServiceInv (C: verda_CloseServiceInv).
 
         Returns: CloseServiceInvResult, with slip_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_CLOSE_SERVICE_INV, ())
 
-    def print_free_text_in_service_inv(self, text: str, bold: str | int, italic: str | int,
-                                       double_h: str | int, underline: str | int,
-                                       alignment: str | int, extra: str | int) -> None:
+    def print_free_text_in_service_inv(self, text: str, bold: str | bytes, italic: str | bytes,
+                                       double_h: str | bytes, underline: str | bytes,
+                                       alignment: str | bytes, extra: str | bytes) -> None:
         """Prints a line of text on the service document.
 
         The register's operation PrintFreeTextInServiceInv (C: verda_PrintFreeTextInServiceInv).
@@ -1943,11 +2133,18 @@ class Operations:
             underline: format byte
             alignment: format byte
             extra: format byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_FREE_TEXT_IN_SERVICE_INV, (text, bold, italic, double_h, underline,
                                                             alignment, extra))
 
-    def print_bar_code(self, type: str | int, data: str, option: int) -> None:
+    def print_bar_code(self, type: str | bytes, data: str, option: int) -> None:
         """Prints a bar code.
 
         The register's operation PrintBarCode (C: verda_PrintBarCode).
@@ -1956,20 +2153,34 @@ class Operations:
             type: kind of bar code, one byte
             data: the code's content
             option: option; sent only when above 0
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_BAR_CODE, (type, data, option))
 
-    def print_divide_line(self, type: str | int) -> None:
+    def print_divide_line(self, type: str | bytes) -> None:
         """Prints a dividing line.
 
         The register's operation PrintDivideLine (C: verda_PrintDivideLine).
 
         Args:
             type: kind of line, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DIVIDE_LINE, (type,))
 
-    def print_stamp(self, type: str | int, data: str) -> None:
+    def print_stamp(self, type: str | bytes, data: str) -> None:
         """Prints a stamp; -1 for an empty result field.
 
         The register's operation PrintStamp (C: verda_PrintStamp).
@@ -1977,6 +2188,13 @@ class Operations:
         Args:
             type: kind of stamp, one byte
             data: the stamp's content
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_STAMP, (type, data))
 
@@ -1984,6 +2202,13 @@ class Operations:
         """Prints a copy of the last receipt.
 
         The register's operation PrintDublicateReceipt (C: verda_PrintDublicateReceipt).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DUBLICATE_RECEIPT, ())
 
@@ -1991,6 +2216,13 @@ class Operations:
         """Cuts the paper.
 
         The register's operation CutPaper (C: verda_CutPaper).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_CUT_PAPER, ())
 
@@ -2001,6 +2233,13 @@ class Operations:
 
         Args:
             count: number of lines
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes, but the register may
+                have done it: a service document may be open or closed (fiscal_transactions_status:
+                is_open is OpenDocument '2' while one is open), and a line, a bar code or a copy may
+                have been printed, which only the paper shows: sending it again may print it twice.
+            DeviceError: the register refused it.
         """
         return self._call(_FEED_PAPER, (count,))
 
@@ -2011,6 +2250,11 @@ class Operations:
 
         Args:
             text: the text, whole
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_LOWER, (text,))
 
@@ -2021,6 +2265,11 @@ class Operations:
 
         Args:
             text: the text, whole
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_UPPER, (text,))
 
@@ -2028,6 +2277,11 @@ class Operations:
         """Clears the customer display.
 
         The register's operation DisplayClear (C: verda_DisplayClear).
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_DISPLAY_CLEAR, ())
 
@@ -2038,6 +2292,11 @@ class Operations:
 
         Args:
             value: drawer value; 0 or less sends an empty field
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_OPEN_CASH_DRAWER, (value,))
 
@@ -2049,6 +2308,11 @@ class Operations:
         Args:
             hz: frequency in hertz
             m_sec: length in milliseconds
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing fiscal changes: the display, the drawer
+                or the beeper may or may not have acted. Send it again when it matters.
+            DeviceError: the register refused it.
         """
         return self._call(_BEEP, (hz, m_sec))
 
@@ -2058,6 +2322,12 @@ class Operations:
         The register's operation GetStatusFP (C: verda_GetStatusFP).
 
         Returns: GetStatusFPResult, with status_bytes.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATUS_FP, ())
 
@@ -2067,6 +2337,12 @@ class Operations:
         The register's operation GetStatusShift (C: verda_GetStatusShift).
 
         Returns: GetStatusShiftResult, with shift_is_open, shift24h, shift_time.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATUS_SHIFT, ())
 
@@ -2076,6 +2352,12 @@ class Operations:
         The register's operation FiscalTransactionsStatus (C: verda_FiscalTransactionsStatus).
 
         Returns: FiscalTransactionsStatusResult, with is_open, number, items, amount, paid.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_TRANSACTIONS_STATUS, ())
 
@@ -2085,6 +2367,12 @@ class Operations:
         The register's operation InfoByCurrentInv (C: verda_InfoByCurrentInv).
 
         Returns: InfoByCurrentInvResult, with value1, value2, value3, value4, value5, value6.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_INFO_BY_CURRENT_INV, ())
 
@@ -2094,6 +2382,12 @@ class Operations:
         The register's operation GetDateTime (C: verda_GetDateTime).
 
         Returns: GetDateTimeResult, with date_time.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DATE_TIME, ())
 
@@ -2104,6 +2398,12 @@ class Operations:
 
         Args:
             date_time: date and time in the register's form
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_DATE_TIME, (date_time,))
 
@@ -2114,6 +2414,12 @@ class Operations:
 
         Returns: DiagnosticInfoResult, with name, fw_rev, fw_date, fw_time, checksum, sw,
             dev_number.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_DIAGNOSTIC_INFO, ())
 
@@ -2123,6 +2429,12 @@ class Operations:
         The register's operation ReadDeviceInfo1 (C: verda_ReadDeviceInfo1).
 
         Returns: ReadDeviceInfo1Result, with field1, field2, field3, field4, field5.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO1, ())
 
@@ -2132,6 +2444,12 @@ class Operations:
         The register's operation ReadDeviceInfo2 (C: verda_ReadDeviceInfo2).
 
         Returns: ReadDeviceInfo2Result, with field1, field2, field3, field4, field5.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO2, ())
 
@@ -2141,20 +2459,32 @@ class Operations:
         The register's operation ReadDeviceInfo3 (C: verda_ReadDeviceInfo3).
 
         Returns: ReadDeviceInfo3Result, with field1, field2, field3, field4, field5, field6.
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_DEVICE_INFO3, ())
 
-    def print_diagnostic(self, info_type: str | int) -> None:
+    def print_diagnostic(self, info_type: str | bytes) -> None:
         """Prints diagnostic information.
 
         The register's operation PrintDiagnostic (C: verda_PrintDiagnostic).
 
         Args:
             info_type: what to print, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). These only read (but for set_date_time, and
+                print_diagnostic, which prints), and may be called again once the register answers.
+                The outputs keep what the entry says of a failure.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_DIAGNOSTIC, (info_type,))
 
-    def print_report(self, type: str | int) -> PrintReportResult:
+    def print_report(self, type: str | bytes) -> PrintReportResult:
         """Prints a shift report ('Z' closes the shift, 'X' does not) and gives its figures.
 
         The register's operation PrintReport (C: verda_PrintReport).
@@ -2165,6 +2495,17 @@ class Operations:
         Returns: PrintReportResult, with n_rep, n_fd, sign_fp, sum1, sum2, sum3, sum4, sum5, sum6,
             ret1, ret2, ret3, ret4, ret5, ret6, purch1, purch2, purch3, purch4, purch5, purch6,
             ret_purch1, ret_purch2, ret_purch3, ret_purch4, ret_purch5, ret_purch6.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_REPORT, (type,))
 
@@ -2172,6 +2513,17 @@ class Operations:
         """Prints the Z report, which closes the shift; the figures are dropped.
 
         The register's operation PrintZReport (C: verda_PrintZReport).
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_Z_REPORT, ())
 
@@ -2179,6 +2531,17 @@ class Operations:
         """Prints the X report; the figures are dropped.
 
         The register's operation PrintXReport (C: verda_PrintXReport).
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_PRINT_X_REPORT, ())
 
@@ -2189,11 +2552,22 @@ class Operations:
 
         Returns: ReportOnTaxRatesResult, with n_zreport, tax_a, tax_b, tax_c, tax_d, tax_e, tax_f,
             entry_date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_ON_TAX_RATES, ())
 
-    def latest_fiscal_record(self, type: str | int,
-                             rec_type: str | int) -> LatestFiscalRecordResult:
+    def latest_fiscal_record(self, type: str | bytes,
+                             rec_type: str | bytes) -> LatestFiscalRecordResult:
         """Gives the latest record of the fiscal memory.
 
         The register's operation LatestFiscalRecord (C: verda_LatestFiscalRecord).
@@ -2203,10 +2577,21 @@ class Operations:
             rec_type: kind of figures, one byte
 
         Returns: LatestFiscalRecordResult, with n_rep, sum1, sum2, sum3, sum4, sum5, sum6, date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_LATEST_FISCAL_RECORD, (type, rec_type))
 
-    def amount_of_savings_per_day(self, type: str | int) -> AmountOfSavingsPerDayResult:
+    def amount_of_savings_per_day(self, type: str | bytes) -> AmountOfSavingsPerDayResult:
         """Gives the day's accumulated sums.
 
         The register's operation AmountOfSavingsPerDay (C: verda_AmountOfSavingsPerDay).
@@ -2215,10 +2600,21 @@ class Operations:
             type: kind of sums, one byte
 
         Returns: AmountOfSavingsPerDayResult, with n_rep, sum1, sum2, sum3, sum4, sum5, sum6.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_AMOUNT_OF_SAVINGS_PER_DAY, (type,))
 
-    def operator_report(self, from_: int, to: int, type: str | int) -> None:
+    def operator_report(self, from_: int, to: int, type: str | bytes) -> None:
         """Prints the report by operators over a range.
 
         The register's operation OperatorReport (C: verda_OperatorReport).
@@ -2227,10 +2623,21 @@ class Operations:
             from_: first operator
             to: last operator
             type: kind of report, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_OPERATOR_REPORT, (from_, to, type))
 
-    def report_by_article(self, type: str | int, from_: int, to: int) -> None:
+    def report_by_article(self, type: str | bytes, from_: int, to: int) -> None:
         """Prints the report by articles over a range.
 
         The register's operation ReportByArticle (C: verda_ReportByArticle).
@@ -2239,6 +2646,17 @@ class Operations:
             type: kind of report, one byte
             from_: first article
             to: last article
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_BY_ARTICLE, (type, from_, to))
 
@@ -2252,6 +2670,17 @@ class Operations:
 
         Returns: ReportByOperatorsResult, with number1, amount1, number2, amount2, number3, amount3,
             number4, amount4, number5, amount5, number6, amount6, number7, amount7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_REPORT_BY_OPERATORS, (operator,))
 
@@ -2263,6 +2692,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment0Result, with value1, value2, value3, value4, value5,
             value6, value7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT0, ())
 
@@ -2274,6 +2714,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment1Result, with value1, value2, value3, value4, value5,
             value6, value7.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT1, ())
 
@@ -2284,6 +2735,17 @@ class Operations:
         verda_DailyReportByTypesOfPayment2).
 
         Returns: DailyReportByTypesOfPayment2Result, with number1, amount1.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT2, ())
 
@@ -2295,6 +2757,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment3Result, with number1, amount1, number2, amount2,
             number3, amount3, number4, amount4.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT3, ())
 
@@ -2305,6 +2778,17 @@ class Operations:
         verda_DailyReportByTypesOfPayment4).
 
         Returns: DailyReportByTypesOfPayment4Result, with number1, amount1, number2, amount2.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT4, ())
 
@@ -2316,6 +2800,17 @@ class Operations:
 
         Returns: DailyReportByTypesOfPayment5Result, with number1, amount1, number2, amount2,
             number3, amount3, number4, amount4.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings of totals (report_on_tax_rates,
+                latest_fiscal_record, amount_of_savings_per_day, report_by_operators,
+                daily_report_by_types_of_payment0 to 5) change nothing and may be called again. An X
+                report and the reports by operator and by article only print: sending one again
+                prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
+                the shift and made its fiscal document: get_status_shift tells whether the shift is
+                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                doc_number) whether a document was made; never print it again before knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DAILY_REPORT_BY_TYPES_OF_PAYMENT5, ())
 
@@ -2330,6 +2825,16 @@ class Operations:
             ta_xnumber: tax number
             re_gnumber: registration number
             insp_pssword: inspector's password; the log shows it
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCALIZATION, (serial_number, ta_xnumber, re_gnumber, insp_pssword))
 
@@ -2340,6 +2845,16 @@ class Operations:
 
         Args:
             ta_xnumber: tax number
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_TAX_NUMBER, (ta_xnumber,))
 
@@ -2349,6 +2864,16 @@ class Operations:
         The register's operation GetTAXNumber (C: verda_GetTAXNumber).
 
         Returns: GetTAXNumberResult, with ta_xnumber.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_TAX_NUMBER, ())
 
@@ -2362,10 +2887,20 @@ class Operations:
             serial: serial number
 
         Returns: SetManufacturersSerialNumberResult, with reply_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_MANUFACTURERS_SERIAL_NUMBER, (serial,))
 
-    def fiscal_report_by_date(self, type: str | int, date_from: str,
+    def fiscal_report_by_date(self, type: str | bytes, date_from: str,
                               date_to: str) -> FiscalReportByDateResult:
         """Makes the fiscal report over a range of dates.
 
@@ -2377,10 +2912,20 @@ class Operations:
             date_to: last date, in the register's form
 
         Returns: FiscalReportByDateResult, with text_data.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_REPORT_BY_DATE, (type, date_from, date_to))
 
-    def fiscal_report_by_number(self, type: str | int, from_: int,
+    def fiscal_report_by_number(self, type: str | bytes, from_: int,
                                 to: int) -> FiscalReportByNumberResult:
         """Makes the fiscal report over a range of Z report numbers.
 
@@ -2392,6 +2937,16 @@ class Operations:
             to: last number; a negative one sends neither
 
         Returns: FiscalReportByNumberResult, with text_data.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FISCAL_REPORT_BY_NUMBER, (type, from_, to))
 
@@ -2405,10 +2960,20 @@ class Operations:
             to: last address
 
         Returns: ReadFiscalMemoryBlockResult, with block.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_READ_FISCAL_MEMORY_BLOCK, (from_, to))
 
-    def test_fiscal_memory(self, write: str | int) -> TestFiscalMemoryResult:
+    def test_fiscal_memory(self, write: str | bytes) -> TestFiscalMemoryResult:
         """Tests the fiscal memory.
 
         The register's operation TestFiscalMemory (C: verda_TestFiscalMemory).
@@ -2417,6 +2982,16 @@ class Operations:
             write: write test byte
 
         Returns: TestFiscalMemoryResult, with records.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_TEST_FISCAL_MEMORY, (write,))
 
@@ -2426,6 +3001,16 @@ class Operations:
         The register's operation FreeFieldsByFiscalMemory (C: verda_FreeFieldsByFiscalMemory).
 
         Returns: FreeFieldsByFiscalMemoryResult, with free_fields.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_FREE_FIELDS_BY_FISCAL_MEMORY, ())
 
@@ -2436,10 +3021,20 @@ class Operations:
         verda_DateOfLastEntryByFiscalMemory).
 
         Returns: DateOfLastEntryByFiscalMemoryResult, with entry_date.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reports and readings of the fiscal memory
+                change nothing, and may be called again. The writes may or may not have been made:
+                after fiscalization, the fiscal drive's phase (get_state_fn, phase) and the tax
+                number (get_tax_number) tell; after set_tax_number, get_tax_number;
+                set_manufacturers_serial_number and test_fiscal_memory with a write may be sent
+                again. Fiscalising is done once in a register's life: never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_DATE_OF_LAST_ENTRY_BY_FISCAL_MEMORY, ())
 
-    def get_state_fn(self, info_type: str | int) -> GetStateFNResult:
+    def get_state_fn(self, info_type: str | bytes) -> GetStateFNResult:
         """Reads the state of the fiscal drive.
 
         The register's operation GetStateFN (C: verda_GetStateFN).
@@ -2449,6 +3044,14 @@ class Operations:
 
         Returns: GetStateFNResult, with version, number, phase, shift_status, warning_flags,
             date_deadline, reg_left, shift_number, receipts_count, last_doc_issued, firs_doc_unsent.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_STATE_FN, (info_type,))
 
@@ -2459,6 +3062,14 @@ class Operations:
 
         Returns: GetOFDandFNStatusResult, with status_shift, end24hours, shift_number, doc_number,
             unsend_doc_count, first_unsent, date_time_unsent.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_OF_DAND_FN_STATUS, ())
 
@@ -2473,11 +3084,19 @@ class Operations:
             insp_pssword: inspector's password; the log shows it
 
         Returns: ChangeOFDRegistrationResult, with n_fd, sign_fp.
+
+        Raises:
+            LinkError: the exchange failed (100001). The readings change nothing and may be called
+                again. change_ofd_registration may have made its registration document: the fiscal
+                drive's last document number (get_of_dand_fn_status, doc_number) tells whether it
+                moved on, and get_info_from_ej0 reads the document back; never send it again before
+                knowing.
+            DeviceError: the register refused it.
         """
         return self._call(_CHANGE_OFD_REGISTRATION, (operation_type, insp_pssword))
 
     def get_doc_in_ej_by_date(self, date_from: str, date_to: str,
-                              type: str | int) -> GetDocInEJByDateResult:
+                              type: str | bytes) -> GetDocInEJByDateResult:
         """Finds documents of the electronic journal by date.
 
         The register's operation GetDocInEJByDate (C: verda_GetDocInEJByDate).
@@ -2488,10 +3107,15 @@ class Operations:
             type: kind of document, one byte
 
         Returns: GetDocInEJByDateResult, with text1, text2, number1, number2.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DOC_IN_EJ_BY_DATE, (date_from, date_to, type))
 
-    def get_info_from_ej0(self, number: int, type: str | int) -> GetInfoFromEJ0Result:
+    def get_info_from_ej0(self, number: int, type: str | bytes) -> GetInfoFromEJ0Result:
         """Reads a document of the electronic journal by number.
 
         The register's operation GetInfoFromEJ0 (C: verda_GetInfoFromEJ0).
@@ -2501,6 +3125,11 @@ class Operations:
             type: kind of reading, one byte
 
         Returns: GetInfoFromEJ0Result, with value1, value2, text, flag, value3.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ0, (number, type))
 
@@ -2510,6 +3139,11 @@ class Operations:
         The register's operation GetInfoFromEJ1 (C: verda_GetInfoFromEJ1).
 
         Returns: GetInfoFromEJ1Result, with text.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ1, ())
 
@@ -2519,10 +3153,15 @@ class Operations:
         The register's operation GetInfoFromEJ2 (C: verda_GetInfoFromEJ2).
 
         Returns: GetInfoFromEJ2Result, with text.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ2, ())
 
-    def get_info_from_ej3(self, number: int, type: str | int) -> None:
+    def get_info_from_ej3(self, number: int, type: str | bytes) -> None:
         """Prints a document of the electronic journal by number.
 
         The register's operation GetInfoFromEJ3 (C: verda_GetInfoFromEJ3).
@@ -2530,6 +3169,11 @@ class Operations:
         Args:
             number: document number
             type: kind of printout, one byte
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: these only read, and may be
+                called again once the register answers.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_INFO_FROM_EJ3, (number, type))
 
@@ -2543,6 +3187,11 @@ class Operations:
             code: the result code to explain
 
         Returns: ReadingErrorResult, with e_code, error_message.
+
+        Raises:
+            LinkError: the exchange failed (100001). Nothing changes: reading_error only reads, and
+                error_message has the library's own text for the code even then.
+            DeviceError: the register refused it.
         """
         return self._call(_READING_ERROR, (code,))
 
@@ -2552,11 +3201,20 @@ class Operations:
         The register's operation PrgAndReadArticleI (C: verda_PrgAndReadArticleI).
 
         Returns: PrgAndReadArticleIResult, with info1, info2, info3.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_I, ())
 
-    def prg_and_read_article_p(self, plu: int, tax_gr: str | int, dep: int, group: int,
-                               price_type: str | int, price: float, add_qty: str | int,
+    def prg_and_read_article_p(self, plu: int, tax_gr: TaxGroup | str | bytes, dep: int, group: int,
+                               price_type: str | bytes, price: float, add_qty: str | bytes,
                                quantity: float, bar1: str, bar2: str, bar3: str, bar4: str,
                                name: str, units: str, id1_c: str, is_weight: str, service: str,
                                extra1: int, extra2: int) -> None:
@@ -2566,7 +3224,7 @@ class Operations:
 
         Args:
             plu: article number
-            tax_gr: tax group, one byte
+            tax_gr: tax group, one byte (verda.TaxGroup)
             dep: department
             group: group
             price_type: kind of price, one byte
@@ -2584,6 +3242,15 @@ class Operations:
             service: service mark; sent above firmware 944123
             extra1: extra value 1; sent above firmware 944123
             extra2: extra value 2; sent above firmware 944123
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_P, (plu, tax_gr, dep, group, price_type, price,
                                                     add_qty, quantity, bar1, bar2, bar3, bar4, name,
@@ -2598,6 +3265,15 @@ class Operations:
         Args:
             plu: article number
             quantity: quantity to add
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_A, (plu, quantity))
 
@@ -2609,6 +3285,15 @@ class Operations:
         Args:
             plu: article number, or the first of the range
             to_plu: last of the range; equal to PLU for one article
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_D, (plu, to_plu))
 
@@ -2623,6 +3308,15 @@ class Operations:
         Returns: PrgAndReadArticleRResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name, units, id1_c, is_weight, service, extra1,
             extra2.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_R, (plu,))
 
@@ -2636,6 +3330,15 @@ class Operations:
 
         Returns: PrgAndReadArticleFResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_F, (plu,))
 
@@ -2649,6 +3352,15 @@ class Operations:
 
         Returns: PrgAndReadArticleLResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_L, (plu,))
 
@@ -2662,6 +3374,15 @@ class Operations:
 
         Returns: PrgAndReadArticleLLResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_LL, (plu,))
 
@@ -2672,6 +3393,15 @@ class Operations:
 
         Returns: PrgAndReadArticleNResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_N, ())
 
@@ -2682,6 +3412,15 @@ class Operations:
 
         Returns: PrgAndReadArticleNNResult, with plu, tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_NN, ())
 
@@ -2695,6 +3434,15 @@ class Operations:
 
         Returns: PrgAndReadArticleFFResult, with tax_gr, dep, group, price_type, price, value1,
             value2, value3, bar1, bar2, bar3, bar4, name.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_FF, (plu,))
 
@@ -2707,6 +3455,15 @@ class Operations:
             plu: article number
 
         Returns: PrgAndReadArticleXResult, with article_value.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_X, (plu,))
 
@@ -2719,6 +3476,15 @@ class Operations:
             plu: article number
 
         Returns: PrgAndReadArticleXXResult, with article_value.
+
+        Raises:
+            LinkError: the exchange failed (100001). The reads change nothing. A write
+                (prg_and_read_article_p, prg_and_read_article_d) may or may not have been made: read
+                the article back (prg_and_read_article_r), or write it again (a whole record written
+                twice is the same record). prg_and_read_article_a adds to a quantity: read the
+                article's quantity back (prg_and_read_article_r) before sending it again, or it may
+                count twice.
+            DeviceError: the register refused it.
         """
         return self._call(_PRG_AND_READ_ARTICLE_XX, (plu,))
 
@@ -2733,6 +3499,16 @@ class Operations:
             value: empty to read; the value to write
 
         Returns: ProgrammingResult, with value.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_PROGRAMMING, (name, index, value))
 
@@ -2747,11 +3523,21 @@ class Operations:
             param3: third field
 
         Returns: SetServiceParamResult, with code, answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_SERVICE_PARAM, (type, value, param3))
 
     def set_tax_rates(self, tax1: float, tax2: float, tax3: float, tax4: float, tax5: float,
-                      tax6: float, point: str | int) -> SetTaxRatesResult:
+                      tax6: float, point: str | bytes) -> SetTaxRatesResult:
         """Sets the six tax rates.
 
         The register's operation SetTaxRates (C: verda_SetTaxRates).
@@ -2766,6 +3552,16 @@ class Operations:
             point: decimal point byte
 
         Returns: SetTaxRatesResult, with remaining_changes.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_TAX_RATES, (tax1, tax2, tax3, tax4, tax5, tax6, point))
 
@@ -2778,6 +3574,16 @@ class Operations:
             oper_field1: first field
             oper_field2: second field
             oper_field3: third field
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_SET_OPERATOR_PASSWORD, (oper_field1, oper_field2, oper_field3))
 
@@ -2790,6 +3596,16 @@ class Operations:
             image: the image as the register takes it
 
         Returns: UploadImageResult, with answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_UPLOAD_IMAGE, (image,))
 
@@ -2802,6 +3618,16 @@ class Operations:
             stamp: the stamp as the register takes it
 
         Returns: UploadStampResult, with answer.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_UPLOAD_STAMP, (stamp,))
 
@@ -2809,6 +3635,16 @@ class Operations:
         """Switches the register off; -1 for an empty result field.
 
         The register's operation PowerOff (C: verda_PowerOff).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_POWER_OFF, ())
 
@@ -2816,6 +3652,16 @@ class Operations:
         """Restarts the register (the log says PowerOff); -1 for an empty result field.
 
         The register's operation Restart (C: verda_Restart).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_RESTART, ())
 
@@ -2823,6 +3669,16 @@ class Operations:
         """Asks the register to check for a firmware update.
 
         The register's operation CheckUpdate (C: verda_CheckUpdate).
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_CHECK_UPDATE, ())
 
@@ -2835,6 +3691,16 @@ class Operations:
             group: group number
 
         Returns: GetTradingGroupInfoResult, with group_number, group_amount, group_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_TRADING_GROUP_INFO, (group,))
 
@@ -2848,5 +3714,15 @@ class Operations:
 
         Returns: GetDepInfoInCheckResult, with dep_char, dep_amount1, dep_number, dep_amount2,
             dep_text.
+
+        Raises:
+            LinkError: the exchange failed (100001). A write may or may not have been made.
+                programming reads a parameter back (an empty value); report_on_tax_rates reads the
+                rates after set_tax_rates, each change of which uses up one of the register's
+                limited changes, so read before sending it again; set_operator_password,
+                upload_image and upload_stamp cannot be read back and may be sent again. After
+                power_off or restart the register may be off or starting again: check_connection
+                tells when it answers. get_trading_group_info and get_dep_info_in_check only read.
+            DeviceError: the register refused it.
         """
         return self._call(_GET_DEP_INFO_IN_CHECK, (dep,))

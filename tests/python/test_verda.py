@@ -1,10 +1,16 @@
 """The Python package as a script uses it, against verda-sim."""
 
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
 import threading
 
 import pytest
 
 import verda
+from verda import DiscountKind, PaymentMode, ReceiptType, TaxGroup
 
 
 def connect(simulator, timeout=500):
@@ -13,9 +19,10 @@ def connect(simulator, timeout=500):
 
 def sell(register, name, price):
     """One receipt of one line, paid in cash; its document number."""
-    receipt = register.open_fiscal_inv(1, "1", 1, 0, "", "", "", "")
-    register.register_sale(name, "1", price, 1, 0, 1, "0", 0, 0, 0, 0, 0)
-    register.total(0, price, "1")
+    receipt = register.open_fiscal_inv(1, "1", 1, ReceiptType.SALE, "", "", "", "")
+    register.register_sale(name, TaxGroup.GROUP_1, price, 1, 0, 1, DiscountKind.NONE, 0, 0, 0, 0,
+                           0)
+    register.total(PaymentMode.CASH, price, "1")
     closed = register.close_fiscal_inv()
     assert closed.sign_fp != ""
     return receipt.n_doc
@@ -30,11 +37,13 @@ def test_whole_shift(simulator):
         assert register.get_status_shift().shift_is_open is True
         assert register.programming("Dept_name", "0").value == "Отдел 1"
 
-        receipt = register.open_fiscal_inv(op_code=1, op_pwd="1", till_nmb=1, receipt_type=0,
-                                           buyer="", vat_system="", oper_name="", oper_inn="")
-        register.register_sale("Хлеб ржаной", "1", 45.5, 2, 0, 1, "0", 0, 0, 0, 0, 0)
-        assert register.subtotal("1", "0", "0", 0).subtotal == 91.0
-        paid = register.total(0, 100, "1")
+        receipt = register.open_fiscal_inv(op_code=1, op_pwd="1", till_nmb=1,
+                                           receipt_type=ReceiptType.SALE, buyer="", vat_system="",
+                                           oper_name="", oper_inn="")
+        register.register_sale("Хлеб ржаной", TaxGroup.GROUP_1, 45.5, 2, 0, 1, DiscountKind.NONE,
+                               0, 0, 0, 0, 0)
+        assert register.subtotal("1", "0", DiscountKind.NONE, 0).subtotal == 91.0
+        paid = register.total(PaymentMode.CASH, 100, "1")
         assert paid.error_status in ("0", "D", "R") and paid.new_amount == pytest.approx(9.0)
         closed = register.close_fiscal_inv()
         assert closed.slip_number == receipt.slip_number and closed.sign_fp.isdigit()
@@ -104,8 +113,11 @@ BAD_ARGUMENTS = [
     ("name with a lone surrogate", ("\udc80",), ValueError),
     ("tax code of two characters", ("Хлеб", "12"), ValueError),
     ("tax code out of the code page", ("Хлеб", "€"), ValueError),
-    ("tax code above a byte", ("Хлеб", 256), ValueError),
+    ("tax code as an int", ("Хлеб", 1), TypeError),  # would go out as byte 0x01
+    ("tax code as a number code", ("Хлеб", ReceiptType.RETURN), TypeError),
+    ("tax code of two bytes", ("Хлеб", b"12"), ValueError),
     ("tax code as a float", ("Хлеб", 1.0), TypeError),
+    ("discount kind as an int", ("Хлеб", "1", 1, 1, 0, 1, 0), TypeError),
     ("price as text", ("Хлеб", "1", "45.50"), TypeError),
     ("price as a bool", ("Хлеб", "1", True), TypeError),
     ("unit as a float", ("Хлеб", "1", 1, 1, 0.5), TypeError),
@@ -115,10 +127,48 @@ BAD_ARGUMENTS = [
 
 @pytest.mark.parametrize("what, arguments, error", BAD_ARGUMENTS, ids=[c[0] for c in BAD_ARGUMENTS])
 def test_bad_input_is_refused_before_anything_is_sent(simulator, what, arguments, error):
-    defaults = ("Хлеб", "1", 1.0, 1.0, 0, 1, "0", 0.0, 0.0, 0.0, 0, 0)
+    defaults = ("Хлеб", TaxGroup.GROUP_1, 1.0, 1.0, 0, 1, DiscountKind.NONE, 0.0, 0.0, 0.0, 0, 0)
     with connect(simulator) as register:
         register.open_shift(1, "1", 1, "", "", "", "")
         register.open_fiscal_inv(1, "1", 1, 0, "", "", "", "")
         with pytest.raises(error):
             register.register_sale(*(arguments + defaults[len(arguments):]))
         assert register.fiscal_transactions_status().items == 0
+
+
+@pytest.mark.parametrize("tax", ["1", b"1", TaxGroup.GROUP_1], ids=["str", "bytes", "enum"])
+def test_a_char_parameter_takes_a_character_a_byte_or_a_code(simulator, tax):
+    with connect(simulator) as register:
+        register.start_shift()
+        register.open_receipt()
+        register.register_sale("Хлеб", tax, 10, 1, 0, 1, DiscountKind.NONE, 0, 0, 0, 0, 0)
+        assert register.sum_up().tax1 == pytest.approx(1.67)  # group 1, at 20 %
+    assert "Хлеб" in simulator.paper.read_text(encoding="utf-8")
+
+
+def python_in(environment, folder=None):
+    """Runs a program in a fresh Debian interpreter with the package on its
+    path (folder's copy, or the build's) and environment; its result."""
+    env = {k: v for k, v in os.environ.items() if k != verda.LIBRARY_VARIABLE}
+    if folder is not None:
+        env["PYTHONPATH"] = str(folder)
+    env.update(environment)
+    program = "import verda\nverda.error_text(0)\n"
+    return subprocess.run([sys.executable, "-c", program], env=env, capture_output=True,
+                          text=True, timeout=60)
+
+
+def test_a_library_that_cannot_be_loaded_is_named(tmp_path):
+    missing = tmp_path / "libCorteliaVERDA.so"
+    run = python_in({verda.LIBRARY_VARIABLE: str(missing)})
+    assert run.returncode != 0
+    assert "OSError" in run.stderr and f"VERDA_LIBRARY={missing}" in run.stderr
+
+    # The package's own soname, where the loader finds none.
+    package = tmp_path / "site" / "verda"
+    shutil.copytree(pathlib.Path(verda.__file__).parent, package,
+                    ignore=shutil.ignore_patterns("__pycache__"))
+    (package / "_build.py").write_text('SONAME = "libCorteliaVERDA.so.99"\n')
+    run = python_in({"LD_LIBRARY_PATH": ""}, tmp_path / "site")
+    assert run.returncode != 0
+    assert "libCorteliaVERDA.so.99" in run.stderr and "VERDA_LIBRARY" in run.stderr
