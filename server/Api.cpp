@@ -5,8 +5,8 @@
 #include <fstream>
 
 #include "ConsoleFiles.h"
-#include "Generic.h"
-#include "Log.h"
+#include "OperationsByName.h"
+#include "ServerLog.h"
 #include "OpenApiDocument.h"
 #include "Orders.h"
 

@@ -1,4 +1,4 @@
-#include "Generic.h"
+#include "OperationsByName.h"
 
 #include <memory>
 #include <set>

@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_GENERIC_H
-#define VERDA_SERVER_GENERIC_H
+#ifndef VERDA_SERVER_OPERATIONSBYNAME_H
+#define VERDA_SERVER_OPERATIONSBYNAME_H
 
 // Any operation of the library by its name, from the C interface's one
 // description of every operation: POST /devices/{id}/operations/{Name} and
@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "Operations.h"
+#include "Procedures.h"
 
 namespace server {
 

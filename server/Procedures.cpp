@@ -1,8 +1,8 @@
-#include "Operations.h"
+#include "Procedures.h"
 
 #include <cmath>
 
-#include "Generic.h"
+#include "OperationsByName.h"
 
 namespace server {
 

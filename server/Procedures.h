@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_OPERATIONS_H
-#define VERDA_SERVER_OPERATIONS_H
+#ifndef VERDA_SERVER_PROCEDURES_H
+#define VERDA_SERVER_PROCEDURES_H
 
 // What each request does on its register, as a sequence of the library's
 // operations, and how a request left in flight is settled from what the
@@ -9,8 +9,8 @@
 #include <functional>
 #include <string>
 
-#include "Device.h"
-#include "Journal.h"
+#include "RegisterHandle.h"
+#include "RequestJournal.h"
 #include "Orders.h"
 
 namespace server {

@@ -1,9 +1,9 @@
-#include "Device.h"
+#include "RegisterHandle.h"
 
 #include <sys/stat.h>
 
 #include "Metrics.h"
-#include "api/ResultCodes.h"
+#include "capi/verda.h"
 
 namespace server {
 

@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_DEVICE_H
-#define VERDA_SERVER_DEVICE_H
+#ifndef VERDA_SERVER_REGISTERHANDLE_H
+#define VERDA_SERVER_REGISTERHANDLE_H
 
 // One register through the library's C interface: its handle, its link and
 // the checks of every result. Used only by the register's own worker thread.

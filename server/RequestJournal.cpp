@@ -1,4 +1,4 @@
-#include "Journal.h"
+#include "RequestJournal.h"
 
 #include <chrono>
 #include <stdexcept>

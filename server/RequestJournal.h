@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_JOURNAL_H
-#define VERDA_SERVER_JOURNAL_H
+#ifndef VERDA_SERVER_REQUESTJOURNAL_H
+#define VERDA_SERVER_REQUESTJOURNAL_H
 
 // The journal: every request that changes a register, and each of its steps,
 // in SQLite (WAL, synchronous writes). It is the only record of what was

@@ -53,7 +53,7 @@
 
 #include <algorithm>
 
-#include "Log.h"
+#include "ServerLog.h"
 #include "sim/Simulator.h"
 
 namespace server {

@@ -16,11 +16,11 @@
 #include <thread>
 
 #include "Config.h"
-#include "Device.h"
+#include "RegisterHandle.h"
 #include "Events.h"
-#include "Journal.h"
+#include "RequestJournal.h"
 #include "Metrics.h"
-#include "Operations.h"
+#include "Procedures.h"
 
 namespace sim {
 class Simulator;

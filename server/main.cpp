@@ -14,7 +14,7 @@
 
 #include "Api.h"
 #include "Config.h"
-#include "Log.h"
+#include "ServerLog.h"
 #include "Worker.h"
 
 using namespace server;
