@@ -107,6 +107,10 @@ class Operation:
         if result not in ("int", "bool"):
             raise TableError(f"line {line_number}: {name}: result is int or bool, not {result}")
         self.section, self.name, self.command, self.result = section, name, command, result
+        # "fiscal" before the meaning: it may leave a fiscal document.
+        self.fiscal = meaning.startswith("fiscal ")
+        if self.fiscal:
+            meaning = meaning[len("fiscal "):].lstrip()
         self.meaning = meaning
         self.parameters = []
         self.py = snake(name)
@@ -380,7 +384,8 @@ def operations_cpp(operations, commands):
             command = c_string(op.command)
             number = f"wire::number(wire::Command::{op.command})"
         fields = [c_string(op.name), command, number, c_string(op.meaning),
-                  str(len(op.parameters)), f"k{op.name}" if op.parameters else "nullptr"]
+                  str(len(op.parameters)), f"k{op.name}" if op.parameters else "nullptr",
+                  "1" if op.fiscal else "0"]
         out.append(wrap("    {", fields, "},", indent=5))
     out.append("};")
     out.append("")
@@ -555,7 +560,8 @@ def markdown(sections, operations, commands):
                 command = "No command of its own."
             else:
                 command = f"Command 0x{commands[op.command]:02X} (`{op.command}`)."
-            out.append(f"{op.meaning} {command} Python: `Device.{op.py}`.")
+            fiscal = " It may leave a fiscal document." if op.fiscal else ""
+            out.append(f"{op.meaning} {command}{fiscal} Python: `Device.{op.py}`.")
             out.append("")
             out.append("```c")
             out.append(wrap(f"int verda_{op.name}(", op.c_params(), ");"))
