@@ -14,10 +14,6 @@ namespace server {
 
 // The operations with their parameters, as the C interface describes them.
 json listOperations();
-// The journal's kind of a call of the operation: "operation:Name".
-std::string operationKind(const std::string& name);
-// Whether the operation sends a command that may fiscalise a document.
-bool operationMayFiscalise(const std::string& kind);
 // Checks the inputs (a JSON object by parameter name) against the
 // operation's description and gives the call to run; BadInput otherwise.
 // An unknown name is BadInput of the field "name".

@@ -2,38 +2,37 @@
 #define VERDA_SERVER_PROCEDURES_H
 
 // What each request does on its register, as a sequence of the library's
-// operations, and how a request left in flight is settled from what the
-// register shows afterwards. Everything here runs on the register's worker
-// thread, with the link open.
+// operations. Everything here runs on the register's worker thread, with the
+// link open.
 
 #include <functional>
 #include <string>
 
-#include "RegisterHandle.h"
-#include "RequestJournal.h"
 #include "Orders.h"
+#include "RegisterHandle.h"
 
 namespace server {
 
-// The journal as seen by one request while it runs.
+// A request as it runs: its register, and its part in the journal.
 class Run {
   public:
-    Run(Device& device, std::function<void(const std::string&, const json&)> step,
-        std::function<void(const json&)> sent)
-        : device(device), step_(std::move(step)), sent_(std::move(sent)) {}
-    Device& device;
+    Run(RegisterHandle& device, std::function<void()> send,
+        std::function<void(const std::string&, const json&)> step)
+        : device(device), send_(std::move(send)), step_(std::move(step)) {}
+    RegisterHandle& device;
+    // Reads the witness of the request's kind from the register and records
+    // it with the step "sent": called before the first command that changes
+    // the register, which is never sent unless this returned.
+    void send() { send_(); }
     // Records a step of the request.
     void step(const std::string& name, const json& detail = nullptr) { step_(name, detail); }
-    // Records the register's counters and the step "sent": called before the
-    // first command that changes the register.
-    void sent(const json& witness) { sent_(witness); }
     // Set just before a command that may fiscalise a document: a lost link
     // from then on leaves the request ambiguous.
     bool fiscal = false;
 
   private:
+    std::function<void()> send_;
     std::function<void(const std::string&, const json&)> step_;
-    std::function<void(const json&)> sent_;
 };
 
 // A refusal of a receipt's line carries the line's index.
@@ -57,30 +56,30 @@ json runPutArticle(Run& run, int code, const ArticleOrder& article);
 json runDeleteArticle(Run& run, int code);
 
 // Reads that go through the register's queue but leave no trace in the journal.
-json readClock(Device& device);
-json readJournalDocument(Device& device, int number, bool byFiscalNumber);
-json readArticles(Device& device);
-
-// The register's counters that any fiscal step moves: the fiscal drive's
-// last document number and the shift's cash in and out.
-json witnessOfAny(Device& device);
-
-// Whether a kind of request may fiscalise a document, so that a lost link
-// in it must be settled from the register.
-bool mayFiscalise(const std::string& kind);
-
-// Settles a request left in flight (ambiguous, or interrupted by a restart)
-// from the register: the committed answer, or null when the register shows
-// that the request did not take effect. An open receipt or service document
-// is closed. Throws LinkLost when the register stops answering.
-json settle(Device& device, const Request& request);
+json readClock(RegisterHandle& device);
+// A document of the electronic journal: number, shift, time, kind, lines and,
+// for a fiscal one, its sign.
+json readJournalDocument(RegisterHandle& device, int number, bool byFiscalNumber);
+json readArticles(RegisterHandle& device);
 
 // Closes a receipt or service document left open, so that the register is
 // free again.
-void freeRegister(Device& device);
+void freeRegister(RegisterHandle& device);
 
 // What the register shows: the reading behind GET /devices/{id}.
-json readStatus(Device& device);
+json readStatus(RegisterHandle& device);
+
+// Amounts as the register counts them: kopecks.
+double money(double value);
+
+// The shift's cash: in the drawer, put in and taken out.
+struct CashTotals {
+    double cash = 0, in = 0, out = 0;
+};
+CashTotals cashTotals(RegisterHandle& device);
+
+// {..., "state": "committed"}.
+json committed(json answer);
 
 }  // namespace server
 

@@ -3,11 +3,23 @@
 #include <sys/stat.h>
 
 #include "Metrics.h"
-#include "capi/verda.h"
 
 namespace server {
 
-Device::Device(const DeviceConfig& config, const std::string& logDir, Metrics& metrics)
+nlohmann::json Identity::toJson() const {
+    return {{"device_number", deviceNumber}, {"fiscal_drive", fiscalDrive}};
+}
+
+Identity Identity::of(const nlohmann::json& witness) {
+    Identity id;
+    if (!witness.is_object()) return id;
+    id.deviceNumber = witness.value("device_number", "");
+    id.fiscalDrive = witness.value("fiscal_drive", "");
+    return id;
+}
+
+RegisterHandle::RegisterHandle(const DeviceConfig& config, const std::string& logDir,
+                               Metrics& metrics)
     : config_(config), metrics_(metrics), handle_(verda_device_new()) {
     if (handle_ == nullptr) throw std::bad_alloc();
     // Each register logs into a folder of its own, so that the library's
@@ -17,11 +29,11 @@ Device::Device(const DeviceConfig& config, const std::string& logDir, Metrics& m
     if (config.timeout > 0) verda_set_timeout(handle_, config.timeout);
 }
 
-Device::~Device() {
+RegisterHandle::~RegisterHandle() {
     verda_device_free(handle_);
 }
 
-bool Device::open(const std::string& host, int port, std::string& error) {
+bool RegisterHandle::open(const std::string& host, int port, std::string& error) {
     close();
     const int result = config_.kind == DeviceConfig::Serial
                            ? verda_open_serial(handle_, config_.path.c_str(), config_.baud)
@@ -34,14 +46,8 @@ bool Device::open(const std::string& host, int port, std::string& error) {
     open_ = true;
     try {
         VERDA_CALL0(*this, PrinterInit);
-        char name[128] = "", revision[32] = "", date[32] = "", time[32] = "", sum[32] = "",
-             software[32] = "", number[64] = "";
-        VERDA_CALL(*this, DiagnosticInfo, name, sizeof name, revision, sizeof revision, date,
-                   sizeof date, time, sizeof time, sum, sizeof sum, software, sizeof software,
-                   number, sizeof number);
-        model = name;
-        firmware = revision;
-        serial = number;
+        readDeviceNumber();
+        identity.fiscalDrive = readDrive(*this).number;
     } catch (const LinkLost& lost) {
         error = "no answer from the register (" + lost.operation + ")";
         return false;
@@ -53,24 +59,47 @@ bool Device::open(const std::string& host, int port, std::string& error) {
     return true;
 }
 
-void Device::close() {
+void RegisterHandle::readDeviceNumber() {
+    char name[128] = "", revision[32] = "", date[32] = "", time[32] = "", sum[32] = "",
+         software[32] = "", number[64] = "";
+    VERDA_CALL(*this, DiagnosticInfo, name, sizeof name, revision, sizeof revision, date,
+               sizeof date, time, sizeof time, sum, sizeof sum, software, sizeof software, number,
+               sizeof number);
+    model = name;
+    firmware = revision;
+    serial = number;
+    identity.deviceNumber = number;
+}
+
+void RegisterHandle::close() {
     if (open_) verda_close(handle_);
     open_ = false;
 }
 
-void Device::check(const char* operation, int result) {
+void RegisterHandle::check(const char* operation, int result) {
     metrics_.exchange(config_.id, result == VERDA_EXCHANGE_FAILED);
     unsigned long long repeats = repeats_, naks = naks_;
     verda_link_counters(handle_, nullptr, &repeats, &naks);
     metrics_.frames(config_.id, repeats - repeats_, naks - naks_);
     repeats_ = repeats;
     naks_ = naks;
-    if (result == 0) return;
+    if (result == VERDA_OK) return;
     if (result == VERDA_EXCHANGE_FAILED) {
         close();
         throw LinkLost{operation};
     }
     throw Refused{result, verda_error_text(result), operation};
+}
+
+DriveState readDrive(RegisterHandle& d) {
+    char version[32] = "", number[32] = "", phase[16] = "", shift[16] = "", warnings[16] = "",
+         deadline[32] = "", registrations[16] = "";
+    int shiftNumber = 0, receipts = 0, last = 0, firstUnsent = 0;
+    VERDA_CALL(d, GetStateFN, '1', version, sizeof version, number, sizeof number, phase,
+               sizeof phase, shift, sizeof shift, warnings, sizeof warnings, deadline,
+               sizeof deadline, registrations, sizeof registrations, &shiftNumber, &receipts, &last,
+               &firstUnsent);
+    return DriveState{number, last};
 }
 
 }  // namespace server

@@ -199,6 +199,9 @@ def shop(server_factory):
     return server
 
 
+# What a simulated register reports itself as, unless told otherwise.
+SIM_IDENTITY = {"device_number": "0000000001", "fiscal_drive": "9999078900012345"}
+
 SALE = {"type": "sale", "cashier": "Иванова",
         "lines": [{"name": "Хлеб", "price": 45.50, "quantity": 2, "tax": 1, "department": 1,
                    "discount": {"percent": 5}},
