@@ -38,11 +38,10 @@ struct Config {
     int refreshMs = 2000;    // how often an idle register's status is read
     // What a slow or silent client may take (README, "A slow client holds up
     // nobody"):
-    int readTimeoutMs = 5000;      // silence in the middle of a request or an answer
-    int requestTimeoutMs = 10000;  // a request's head and body, from its first byte
-    int idleTimeoutMs = 5000;      // a kept-alive connection with no request
-    int httpThreads = 512;         // connections served at once, each on a thread
-    int queueLimit = 32;           // requests waiting for one register; more get 429
+    int readTimeoutMs = 5000;  // silence in the middle of a request or an answer
+    int idleTimeoutMs = 5000;  // a connection with no request, new or kept alive
+    int httpThreads = 512;     // connections served at once, each on a thread
+    int queueLimit = 32;       // requests waiting for one register; more get 429
     std::vector<DeviceConfig> devices;
 };
 

@@ -173,6 +173,7 @@ void Worker::execute(JobQueue::Job& job) {
 }
 
 Outcome Worker::read(std::function<json(RegisterHandle&)> task, Clock::time_point deadline) {
+    if (queue_.stopping()) return notSent(id());
     if (!queue_.reserve()) {
         shared_.metrics.rejected(id());
         return queueFull(id(), queue_.limit());
@@ -196,6 +197,7 @@ Outcome Worker::read(std::function<json(RegisterHandle&)> task, Clock::time_poin
 // --- A request that changes the register -------------------------------------------
 
 Outcome Worker::change(const Request& request, const Task& task, Clock::time_point deadline) {
+    if (queue_.stopping()) return notSent(id());
     if (!queue_.reserve()) {
         shared_.metrics.rejected(id());
         return queueFull(id(), queue_.limit());

@@ -248,6 +248,9 @@ int main(int argc, char** argv) {
         int got = 0;
         sigwait(&signals, &got);
         logInfo("stopping", {{"signal", got}});
+        // What waits in the registers' queues was never sent: answered so
+        // (not-sent) at once, so that no connection outlives the server.
+        for (auto& w : workers) w.second->stop();
         events.close();
         http.stop();
     });
