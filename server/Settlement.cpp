@@ -196,7 +196,8 @@ Finding examine(RegisterHandle& d, const Request& r) {
     const Fiscal fiscal = fiscalOf(r.kind);
     const json& w = r.witness;
     // Which register this is: read before anything else, and nothing is
-    // touched on another one.
+    // touched on another one. (A witness written by an older server holds no
+    // identity: only its counters are compared.)
     const DriveState drive = currentDrive(d);
     const Identity expected = Identity::of(w);
     if (expected.known() && expected != d.identity) {
@@ -286,9 +287,10 @@ json Settlement::describe() {
     static const char* const kNames[] = {"open", "settling", "replaced", "needs-a-person",
                                          "journal-unavailable"};
     std::lock_guard<std::mutex> lock(mutex_);
-    json out = {
-        {"state", pending_ && hold_ == Hold::None ? "settling" : kNames[static_cast<int>(hold_)]},
-        {"unsettled", unsettled_}};
+    // Not looked at yet, or nothing found in flight: open.
+    const Hold shown =
+        hold_ == Hold::None && pending_ && !unsettled_.empty() ? Hold::Settling : hold_;
+    json out = {{"state", kNames[static_cast<int>(shown)]}, {"unsettled", unsettled_}};
     if (hold_ == Hold::Replaced) {
         out["expected"] = expected_;
         out["found"] = found_;
