@@ -169,8 +169,7 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
         if (!root.is_object()) throw std::string("the file must hold one JSON object");
         Reader r(root, "");
         r.known({"listen", "token", "journal", "deadline_ms", "refresh_ms", "read_timeout_ms",
-                 "idle_timeout_ms", "http_threads", "queue_limit",
-                 "devices"});
+                 "idle_timeout_ms", "http_threads", "queue_limit", "devices"});
         if (r.has("listen") && !parseListen(r.text("listen", ""), c.listenHost, c.listenPort))
             throw std::string("listen: HOST:PORT, not \"") + r.text("listen", "") + "\"";
         c.token = r.text("token", c.token);
