@@ -112,7 +112,10 @@ void row(const char* what, Figures direct, Figures served) {
 
 Child server(const std::string& program, const std::string& journal,
              const std::vector<Child>& sims) {
-    std::vector<std::string> args = {program, "--listen", "127.0.0.1:0", "--journal", journal};
+    // Each run begins on an empty journal, beside the folders of the last
+    // run's registers: on purpose.
+    std::vector<std::string> args = {program,     "--listen", "127.0.0.1:0",
+                                     "--journal", journal,    "--new-journal"};
     for (size_t i = 0; i < sims.size(); ++i) {
         args.push_back("--device");
         args.push_back("r" + std::to_string(i) + "=tcp:" + sims[i].line);

@@ -149,6 +149,10 @@ class Operation:
                              "written by hand: a plain forward would reverse its sense")
         self.section, self.name, self.command, self.result = section, name, command, result
         self.since, self.version, self.cxx = since, version(line_number, name, since), cxx
+        # "fiscal" before the meaning: it may leave a fiscal document.
+        self.fiscal = meaning.startswith("fiscal ")
+        if self.fiscal:
+            meaning = meaning[len("fiscal "):].lstrip()
         self.meaning = meaning
         self.parameters = []
         self.doc = []
@@ -460,7 +464,8 @@ def operations_cpp(operations, commands):
             command = c_string(op.command)
             number = f"wire::number(wire::Command::{op.command})"
         fields = [c_string(op.name), command, number, c_string(op.meaning),
-                  str(len(op.parameters)), f"k{op.name}" if op.parameters else "nullptr"]
+                  str(len(op.parameters)), f"k{op.name}" if op.parameters else "nullptr",
+                  "1" if op.fiscal else "0"]
         out.append(wrap("    {", fields, "},", indent=5))
     out.append("};")
     out.append("")
@@ -725,7 +730,8 @@ def markdown(table, commands):
             else:
                 command = f"Command 0x{commands[op.command]:02X} (`{op.command}`)."
             added = f" Added in `VERDA_{op.since}`." if op.version != first else ""
-            out.append(f"{op.meaning} {command} Python: `Device.{op.py}`.{added}")
+            fiscal = " It may leave a fiscal document." if op.fiscal else ""
+            out.append(f"{op.meaning} {command}{fiscal} Python: `Device.{op.py}`.{added}")
             out.append("")
             out.append("```c")
             out.append(wrap(f"int verda_{op.name}(", op.c_params(), ");"))

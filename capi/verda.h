@@ -370,6 +370,9 @@ typedef struct verda_operation {
     const char* meaning;         /* one line */
     size_t parameter_count;
     const verda_parameter* parameters;
+    int may_fiscalise; /* 1 when it may leave a fiscal document or move the shift's cash
+                          sums: a caller that loses its reply asks the register whether it
+                          did */
 } verda_operation;
 
 /* The operations, in the order of the reference. */

@@ -5,10 +5,10 @@
 #include <fstream>
 
 #include "ConsoleFiles.h"
-#include "Generic.h"
-#include "Log.h"
 #include "OpenApiDocument.h"
+#include "OperationsByName.h"
 #include "Orders.h"
+#include "ServerLog.h"
 
 namespace server {
 
@@ -16,6 +16,9 @@ namespace {
 
 const size_t kLargestBody = 1024 * 1024;
 const int kLongestDeadlineMs = 3600000;
+const size_t kLongestKey = 200;  // characters of an Idempotency-Key
+// How long a client turned away with 429 waits before it tries again, in seconds.
+const char kRetryAfter[] = "1";
 
 // An answer other than success, thrown from a handler.
 struct HttpError {
@@ -27,6 +30,12 @@ struct HttpError {
 void send(httplib::Response& res, int status, const json& body) {
     res.status = status;
     res.set_content(body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json");
+}
+
+void send(httplib::Response& res, const Outcome& outcome) {
+    if (outcome.replayed) res.set_header("Idempotent-Replayed", "true");
+    if (outcome.status == 429) res.set_header("Retry-After", kRetryAfter);
+    send(res, outcome.status, outcome.body);
 }
 
 void sendError(httplib::Response& res, int status, const std::string& text,
@@ -59,7 +68,7 @@ json requestJson(const Request& r, bool full) {
                 {"method", r.method},
                 {"route", r.route},
                 {"kind", r.kind},
-                {"state", r.state},
+                {"state", stateName(r.state)},
                 {"status", r.status == 0 ? json() : json(r.status)},
                 {"answer", r.answer},
                 {"created", isoTime(r.created)},
@@ -185,6 +194,8 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
             sendError(res, e.status, e.text, e.field);
         } catch (const BadInput& e) {
             sendError(res, 400, e.text, e.field);
+        } catch (const JournalError& e) {
+            send(res, journalUnavailable(shared_.journal.health().cause));
         } catch (const std::exception& e) {
             logError(std::string("request failed: ") + e.what(), {{"route", name}});
             sendError(res, 500, e.what());
@@ -199,20 +210,21 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
     if (m == "DELETE") http.Delete(pattern, wrapped);
 }
 
-// The journal's side of a request that changes a register; see Worker.cpp
-// for the states.
-void Api::change(const httplib::Request& req, httplib::Response& res, const std::string& kind,
-                 Prepare prepare) {
+// A request that changes a register: the key, the body read whole into its
+// run before anything is recorded, then the worker (Worker::change).
+void Api::change(const httplib::Request& req, httplib::Response& res, const RequestKind& kind) {
     Worker& w = worker(req.matches[1]);
     if (!req.has_header("Idempotency-Key"))
         throw HttpError{400, "a request that changes the register needs an Idempotency-Key",
                         "Idempotency-Key"};
     const std::string key = req.get_header_value("Idempotency-Key");
     std::string why;
-    if (key.empty() || key.size() > 200 || !printable(key, why))
+    if (key.empty() || !printable(key, why, kLongestKey))
         throw HttpError{400, "1 to 200 printable characters", "Idempotency-Key"};
+    std::vector<std::string> parameters;
+    for (size_t i = 2; i < req.matches.size(); ++i) parameters.push_back(req.matches[i]);
     const json body = parseBody(req);
-    auto task = prepare(body);  // bad input stops here, before the journal
+    const Task task = kind.prepare(body, parameters);  // bad input stops here, before the journal
     const auto until = deadline(req);
 
     // One request of a key at a time; a repeat waits for the first.
@@ -238,36 +250,72 @@ void Api::change(const httplib::Request& req, httplib::Response& res, const std:
     r.device = w.id();
     r.method = req.method;
     r.route = req.path;
-    r.kind = kind;
+    r.kind = journalKind(kind, parameters);
     r.body = body;
     r.hash = hashOf(req.method + " " + req.path + " " + body.dump());
-    bool inserted = false;
-    Request existing = shared_.journal.begin(r, inserted);
-    if (inserted) {
-        shared_.events.publish("request", {{"key", key},
-                                           {"device", r.device},
-                                           {"step", "received"},
-                                           {"state", state::kReceived}});
-    } else {
-        if (existing.hash != r.hash)
-            throw HttpError{409, "the key was used for another request", "Idempotency-Key"};
-        if (existing.state == state::kNotSent || existing.state == state::kNotCommitted) {
-            // It did not take effect: safe to run again.
-            shared_.record(r.device, key, state::kReceived, {{"again", true}}, state::kReceived);
-            existing.state = state::kReceived;
-        } else if (existing.status != 0 && existing.state != state::kSent &&
-                   existing.state != state::kReceived) {
-            res.set_header("Idempotent-Replayed", "true");
-            send(res, existing.status, existing.answer);
-            return;
-        } else {
-            // Left in flight by a server that stopped: settled from the register soon.
-            send(res, 202, {{"state", existing.state}, {"key", key}});
-            return;
-        }
+    send(res, w.change(r, task, until));
+}
+
+void Api::refreshUnconfigured() {
+    std::set<std::string> configured;
+    for (const auto& w : workers_) configured.insert(w.first);
+    json out = json::array();
+    for (const Request& r : shared_.journal.unsettledElsewhere(configured))
+        out.push_back({{"device", r.device}, {"key", r.key}, {"state", stateName(r.state)}});
+    std::lock_guard<std::mutex> lock(unconfiguredMutex_);
+    unconfigured_ = out;
+}
+
+json Api::unconfigured() {
+    std::lock_guard<std::mutex> lock(unconfiguredMutex_);
+    return unconfigured_;
+}
+
+// POST /requests/{key}/settle: a person settles an ambiguous request.
+json Api::settleByHand(const std::string& key, const json& body) {
+    if (!body.is_object()) throw BadInput{"body", "must be an object"};
+    for (const auto& item : body.items())
+        if (item.key() != "state" && item.key() != "document")
+            throw BadInput{item.key(), "unknown field"};
+    const std::string state = body.value("state", "");
+    const bool done = state == stateName(State::Committed);
+    if (!done && state != stateName(State::NotCommitted))
+        throw BadInput{"state", "committed or not-committed"};
+    int document = 0;
+    if (done) {
+        if (!body.contains("document") || !body["document"].is_number_integer() ||
+            body["document"].get<long long>() < 1 || body["document"].get<long long>() > 999999999)
+            throw BadInput{"document", "the fiscal document's number, from 1 to 999999999"};
+        document = body["document"].get<int>();
+    } else if (body.contains("document")) {
+        throw BadInput{"document", "only a committed request has a document"};
     }
-    const Outcome outcome = w.perform(existing, task, until);
-    send(res, outcome.status, outcome.body);
+    const auto r = shared_.journal.get(key, false);
+    if (!r) throw HttpError{404, "no request with this key", "key"};
+    if (r->state != State::Ambiguous)
+        throw HttpError{409,
+                        std::string("only an ambiguous request is settled by hand; this one is ") +
+                            stateName(r->state),
+                        "key"};
+    json detail = {{"by", "hand"}, {"state", state}, {"at", isoTime(RequestJournal::now())}};
+    json answer;
+    if (done) {
+        detail["document"] = document;
+        answer = committed({{"document", document}, {"settled", "by-hand"}});
+    } else {
+        answer = notCommitted(503, "settled by hand as not committed");
+    }
+    if (!shared_.move(r->device, key, State::Ambiguous,
+                      done ? Event::ByHandCommitted : Event::ByHandNotCommitted, detail, answer))
+        throw HttpError{409, "the request was settled meanwhile", "key"};
+    shared_.metrics.settled(r->device, state);
+    logInfo("request settled by hand", {{"device", r->device}, {"key", key}, {"state", state}});
+    auto found = workers_.find(r->device);
+    if (found != workers_.end())
+        found->second->wake();
+    else
+        refreshUnconfigured();
+    return requestJson(*shared_.journal.get(key), true);
 }
 
 void Api::install(httplib::Server& http) {
@@ -303,13 +351,32 @@ void Api::install(httplib::Server& http) {
             return httplib::Server::HandlerResponse::Handled;
         }));
 
-    route(
-        http, "GET", "/health", "/health",
-        [token](const httplib::Request&, httplib::Response& res) {
-            send(
-                res, 200,
-                {{"status", "ok"}, {"version", VERDA_VERSION}, {"token_required", !token.empty()}});
-        });
+    route(http, "GET", "/health", "/health",
+          [this, token](const httplib::Request&, httplib::Response& res) {
+              const JournalHealth journal = shared_.journal.health();
+              json out = {{"status", "ok"},
+                          {"version", VERDA_VERSION},
+                          {"token_required", !token.empty()},
+                          {"journal", {{"writable", journal.writable}}},
+                          {"registers", json::object()}};
+              if (!journal.writable) out["journal"]["cause"] = journal.cause;
+              for (auto& w : workers_) {
+                  const json changes = w.second->changes();
+                  if (changes["state"] != "open") out["registers"][w.first] = changes;
+              }
+              {
+                  std::lock_guard<std::mutex> lock(unconfiguredMutex_);
+                  out["unconfigured"] = unconfigured_;
+              }
+              bool attention = !out["unconfigured"].empty();
+              for (const auto& r : out["registers"].items())
+                  attention = attention || (r.value()["state"] != "settling");
+              if (!journal.writable)
+                  out["status"] = "unavailable";
+              else if (attention)
+                  out["status"] = "attention";
+              send(res, journal.writable ? 200 : 503, out);
+          });
     route(http, "GET", "/openapi.json", "/openapi.json",
           [](const httplib::Request&, httplib::Response& res) {
               res.set_content(kOpenApi[0].text, "application/json");
@@ -318,8 +385,11 @@ void Api::install(httplib::Server& http) {
           [this](const httplib::Request&, httplib::Response& res) {
               std::map<std::string, Metrics::DeviceGauges> gauges;
               for (auto& w : workers_)
-                  gauges[w.first] = {w.second->queueDepth(), w.second->online()};
-              res.set_content(shared_.metrics.render(gauges), "text/plain; version=0.0.4");
+                  gauges[w.first] = {w.second->queueDepth(), w.second->online(), w.second->held(),
+                                     w.second->replaced()};
+              const Metrics::JournalGauges journal = {shared_.journal.health().writable,
+                                                      shared_.journal.commits()};
+              res.set_content(shared_.metrics.render(gauges, journal), "text/plain; version=0.0.4");
           });
     route(http, "GET", "/devices", "/devices",
           [this](const httplib::Request&, httplib::Response& res) {
@@ -337,98 +407,13 @@ void Api::install(httplib::Server& http) {
               send(res, 200, {{"code", code}, {"text", verda_error_text(code)}});
           });
 
-    // --- Requests that change a register ---------------------------------------------
-    route(http, "POST", "/devices/([^/]+)/receipts", "/devices/{id}/receipts",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              change(req, res, "receipt", [](const json& body) {
-                  const ReceiptOrder order = readReceipt(body);
-                  return [order](Run& run) { return runReceipt(run, order); };
+    // --- Requests that change a register, one route for each kind -------------------
+    for (const RequestKind& kind : requestKinds())
+        route(http, kind.method, std::string("/devices/([^/]+)") + kind.pattern,
+              std::string("/devices/{id}") + kind.path,
+              [this, &kind](const httplib::Request& req, httplib::Response& res) {
+                  change(req, res, kind);
               });
-          });
-    route(http, "POST", "/devices/([^/]+)/shift/open", "/devices/{id}/shift/open",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              change(req, res, "shift-open", [](const json& body) {
-                  std::string cashier;
-                  if (!body.is_null()) {
-                      if (!body.is_object()) throw BadInput{"body", "must be an object"};
-                      for (const auto& item : body.items())
-                          if (item.key() != "cashier") throw BadInput{item.key(), "unknown field"};
-                      if (body.contains("cashier")) {
-                          std::string why;
-                          if (!body["cashier"].is_string())
-                              throw BadInput{"cashier", "must be a string"};
-                          cashier = body["cashier"].get<std::string>();
-                          if (!printable(cashier, why)) throw BadInput{"cashier", why};
-                      }
-                  }
-                  return [cashier](Run& run) { return runShiftOpen(run, cashier); };
-              });
-          });
-    for (const char type : {'X', 'Z'}) {
-        const std::string path = std::string(1, static_cast<char>(type + 32)) + "-report";
-        route(http, "POST", "/devices/([^/]+)/" + path, "/devices/{id}/" + path,
-              [this, type, path](const httplib::Request& req, httplib::Response& res) {
-                  change(req, res, path, [type](const json& body) {
-                      readNothing(body);
-                      return [type](Run& run) { return runReport(run, type); };
-                  });
-              });
-    }
-    for (const bool in : {true, false}) {
-        const std::string path = in ? "cash-in" : "cash-out";
-        route(http, "POST", "/devices/([^/]+)/" + path, "/devices/{id}/" + path,
-              [this, in, path](const httplib::Request& req, httplib::Response& res) {
-                  change(req, res, path, [in](const json& body) {
-                      const double amount = readCashAmount(body);
-                      return [in, amount](Run& run) { return runCash(run, in, amount); };
-                  });
-              });
-    }
-    route(http, "POST", "/devices/([^/]+)/text", "/devices/{id}/text",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              change(req, res, "text", [](const json& body) {
-                  const auto lines = readTextLines(body);
-                  return [lines](Run& run) { return runText(run, lines); };
-              });
-          });
-    route(http, "POST", "/devices/([^/]+)/drawer", "/devices/{id}/drawer",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              change(req, res, "drawer", [](const json& body) {
-                  readNothing(body);
-                  return [](Run& run) { return runDrawer(run); };
-              });
-          });
-    route(http, "PUT", "/devices/([^/]+)/clock", "/devices/{id}/clock",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              change(req, res, "clock", [](const json& body) {
-                  const std::string datetime = readDateTime(body);
-                  return [datetime](Run& run) { return runSetClock(run, datetime); };
-              });
-          });
-    route(http, "PUT", "/devices/([^/]+)/articles/([0-9]{1,6})", "/devices/{id}/articles/{code}",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              const int code = intParam(req.matches[2], "code", 1, 999999);
-              change(req, res, "article-put", [code](const json& body) {
-                  const ArticleOrder article = readArticle(body);
-                  return [code, article](Run& run) { return runPutArticle(run, code, article); };
-              });
-          });
-    route(http, "DELETE", "/devices/([^/]+)/articles/([0-9]{1,6})", "/devices/{id}/articles/{code}",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              const int code = intParam(req.matches[2], "code", 1, 999999);
-              change(req, res, "article-delete", [code](const json& body) {
-                  readNothing(body);
-                  return [code](Run& run) { return runDeleteArticle(run, code); };
-              });
-          });
-
-    route(http, "POST", "/devices/([^/]+)/operations/([A-Za-z0-9_]{1,64})",
-          "/devices/{id}/operations/{name}",
-          [this](const httplib::Request& req, httplib::Response& res) {
-              const std::string name = req.matches[2];
-              change(req, res, operationKind(name),
-                     [name](const json& body) { return prepareCall(name, body); });
-          });
     route(http, "GET", "/operations", "/operations",
           [](const httplib::Request&, httplib::Response& res) {
               send(res, 200, {{"operations", listOperations()}});
@@ -436,20 +421,21 @@ void Api::install(httplib::Server& http) {
 
     // --- Reads through a register's queue ----------------------------------------------
     auto readRoute =
-        [this, &http](const std::string& pattern, const std::string& name,
-                      std::function<std::function<json(Device&)>(const httplib::Request&)> make) {
+        [this, &http](
+            const std::string& pattern, const std::string& name,
+            std::function<std::function<json(RegisterHandle&)>(const httplib::Request&)> make) {
             route(http, "GET", pattern, name,
                   [this, make](const httplib::Request& req, httplib::Response& res) {
                       Worker& w = worker(req.matches[1]);
                       auto task = make(req);
-                      const Outcome o = w.read(task, deadline(req));
-                      send(res, o.status, o.body);
+                      send(res, w.read(task, deadline(req)));
                   });
         };
-    readRoute("/devices/([^/]+)/clock", "/devices/{id}/clock",
-              [](const httplib::Request&) { return [](Device& d) { return readClock(d); }; });
+    readRoute("/devices/([^/]+)/clock", "/devices/{id}/clock", [](const httplib::Request&) {
+        return [](RegisterHandle& d) { return readClock(d); };
+    });
     readRoute("/devices/([^/]+)/articles", "/devices/{id}/articles", [](const httplib::Request&) {
-        return [](Device& d) { return json{{"articles", readArticles(d)}}; };
+        return [](RegisterHandle& d) { return json{{"articles", readArticles(d)}}; };
     });
     readRoute("/devices/([^/]+)/journal/([0-9]{1,9})", "/devices/{id}/journal/{document}",
               [](const httplib::Request& req) {
@@ -461,7 +447,7 @@ void Api::install(httplib::Server& http) {
                           throw HttpError{400, "fiscal or number", "by"};
                       byNumber = by == "number";
                   }
-                  return [number, byNumber](Device& d) {
+                  return [number, byNumber](RegisterHandle& d) {
                       return readJournalDocument(d, number, !byNumber);
                   };
               });
@@ -471,7 +457,13 @@ void Api::install(httplib::Server& http) {
           [this](const httplib::Request& req, httplib::Response& res) {
               RequestFilter f;
               if (req.has_param("device")) f.device = req.get_param_value("device");
-              if (req.has_param("state")) f.state = req.get_param_value("state");
+              if (req.has_param("state")) {
+                  f.state = req.get_param_value("state");
+                  State known;
+                  if (!stateFromName(f.state, known))
+                      throw HttpError{400, "a state of a request: received, sent, committed, ...",
+                                      "state"};
+              }
               f.since = timeParam(req, "since");
               f.until = timeParam(req, "until");
               if (req.has_param("limit"))
@@ -479,6 +471,10 @@ void Api::install(httplib::Server& http) {
               json out = json::array();
               for (const Request& r : shared_.journal.list(f)) out.push_back(requestJson(r, false));
               send(res, 200, {{"requests", out}});
+          });
+    route(http, "POST", "/requests/(.+)/settle", "/requests/{key}/settle",
+          [this](const httplib::Request& req, httplib::Response& res) {
+              send(res, 200, settleByHand(req.matches[1], parseBody(req)));
           });
     route(http, "GET", "/requests/(.+)", "/requests/{key}",
           [this](const httplib::Request& req, httplib::Response& res) {
@@ -529,7 +525,7 @@ void Api::install(httplib::Server& http) {
                       const auto events = shared_.events.after(*position, 15000);
                       if (shared_.events.closed()) return false;
                       std::string out;
-                      for (const Event& e : events) {
+                      for (const LiveEvent& e : events) {
                           out += "id: " + std::to_string(e.id) + "\nevent: " + e.type + "\ndata: " +
                                  e.data.dump(-1, ' ', false, json::error_handler_t::replace) +
                                  "\n\n";

@@ -12,6 +12,7 @@
 
 #include <httplib.h>
 
+#include "RequestKinds.h"
 #include "Worker.h"
 
 namespace server {
@@ -19,18 +20,23 @@ namespace server {
 class Api {
   public:
     Api(Shared& shared, std::map<std::string, std::unique_ptr<Worker>>& workers)
-        : shared_(shared), workers_(workers) {}
+        : shared_(shared), workers_(workers) {
+        refreshUnconfigured();
+    }
     void install(httplib::Server& http);
+    // The requests in flight of registers that are no longer configured,
+    // named by GET /health until they are settled (their register comes
+    // back, or a person settles them): [{"device", "key", "state"}].
+    json unconfigured();
 
   private:
     using Handler = std::function<void(const httplib::Request&, httplib::Response&)>;
     // A route whose answers are counted and timed under its pattern.
     void route(httplib::Server& http, const char* method, const std::string& pattern,
                const std::string& name, Handler handler);
-    // A request that changes a register: the journal, the key, the repeat.
-    using Prepare = std::function<std::function<json(Run&)>(const json& body)>;
-    void change(const httplib::Request& req, httplib::Response& res, const std::string& kind,
-                Prepare prepare);
+    void change(const httplib::Request& req, httplib::Response& res, const RequestKind& kind);
+    json settleByHand(const std::string& key, const json& body);
+    void refreshUnconfigured();
     Worker& worker(const std::string& id);
     Clock::time_point deadline(const httplib::Request& req);
 
@@ -40,6 +46,8 @@ class Api {
     std::mutex inflightMutex_;
     std::condition_variable inflightDone_;
     std::set<std::string> inflight_;
+    std::mutex unconfiguredMutex_;
+    json unconfigured_;
 };
 
 }  // namespace server

@@ -169,7 +169,7 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
         if (!root.is_object()) throw std::string("the file must hold one JSON object");
         Reader r(root, "");
         r.known({"listen", "token", "journal", "deadline_ms", "refresh_ms", "read_timeout_ms",
-                 "http_threads", "devices"});
+                 "idle_timeout_ms", "http_threads", "queue_limit", "devices"});
         if (r.has("listen") && !parseListen(r.text("listen", ""), c.listenHost, c.listenPort))
             throw std::string("listen: HOST:PORT, not \"") + r.text("listen", "") + "\"";
         c.token = r.text("token", c.token);
@@ -177,7 +177,9 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
         c.deadlineMs = r.number("deadline_ms", c.deadlineMs, 1, 3600000);
         c.refreshMs = r.number("refresh_ms", c.refreshMs, 100, 3600000);
         c.readTimeoutMs = r.number("read_timeout_ms", c.readTimeoutMs, 100, 600000);
-        c.httpThreads = r.number("http_threads", c.httpThreads, 2, 1024);
+        c.idleTimeoutMs = r.number("idle_timeout_ms", c.idleTimeoutMs, 100, 600000);
+        c.httpThreads = r.number("http_threads", c.httpThreads, 2, 4096);
+        c.queueLimit = r.number("queue_limit", c.queueLimit, 1, 10000);
         if (r.has("devices")) {
             if (!root["devices"].is_array()) throw std::string("devices: must be a list");
             std::set<std::string> ids;

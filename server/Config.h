@@ -34,10 +34,14 @@ struct Config {
     int listenPort = 8035;
     std::string token;
     std::string journal = "verda-server.db";
-    int deadlineMs = 30000;    // how long a request may wait for its register
-    int refreshMs = 2000;      // how often an idle register's status is read
-    int readTimeoutMs = 5000;  // a client that sends nothing for this long is dropped
-    int httpThreads = 128;     // connections served at once
+    int deadlineMs = 30000;  // how long a request may wait for its register
+    int refreshMs = 2000;    // how often an idle register's status is read
+    // What a slow or silent client may take (README, "A slow client holds up
+    // nobody"):
+    int readTimeoutMs = 5000;  // silence in the middle of a request or an answer
+    int idleTimeoutMs = 5000;  // a connection with no request, new or kept alive
+    int httpThreads = 512;     // connections served at once, each on a thread
+    int queueLimit = 32;       // requests waiting for one register; more get 429
     std::vector<DeviceConfig> devices;
 };
 

@@ -7,18 +7,18 @@ namespace server {
 void Events::publish(const std::string& type, nlohmann::json data) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        events_.push_back(Event{next_++, type, std::move(data)});
+        events_.push_back(LiveEvent{next_++, type, std::move(data)});
         if (events_.size() > kKept) events_.pop_front();
     }
     changed_.notify_all();
 }
 
-std::vector<Event> Events::after(unsigned long long id, int waitMs) {
+std::vector<LiveEvent> Events::after(unsigned long long id, int waitMs) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait_for(lock, std::chrono::milliseconds(waitMs),
                       [&] { return closed_ || next_ - 1 > id; });
-    std::vector<Event> out;
-    for (const Event& e : events_)
+    std::vector<LiveEvent> out;
+    for (const LiveEvent& e : events_)
         if (e.id > id) out.push_back(e);
     return out;
 }

@@ -16,7 +16,7 @@
 
 namespace server {
 
-struct Event {
+struct LiveEvent {
     unsigned long long id = 0;
     std::string type;  // "device" or "request"
     nlohmann::json data;
@@ -26,7 +26,7 @@ class Events {
   public:
     void publish(const std::string& type, nlohmann::json data);
     // Events after id, waiting up to waitMs for one to come; empty when none came.
-    std::vector<Event> after(unsigned long long id, int waitMs);
+    std::vector<LiveEvent> after(unsigned long long id, int waitMs);
     unsigned long long last();
     void close();  // wakes every waiting reader for shut-down
     bool closed();
@@ -35,7 +35,7 @@ class Events {
     static const size_t kKept = 1000;
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<Event> events_;
+    std::deque<LiveEvent> events_;
     unsigned long long next_ = 1;
     bool closed_ = false;
 };

@@ -67,12 +67,23 @@ void Metrics::frames(const std::string& device, unsigned long long repeats,
     naks_[device] += naks;
 }
 
+void Metrics::rejected(const std::string& device) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++rejected_[device];
+}
+
+void Metrics::journalFailed() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++journalErrors_;
+}
+
 void Metrics::settled(const std::string& device, const std::string& outcome) {
     std::lock_guard<std::mutex> lock(mutex_);
     ++settled_[std::make_pair(device, outcome)];
 }
 
-std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) {
+std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices,
+                            const JournalGauges& journal) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::ostringstream out;
     header(out, "verda_http_requests_total", "counter",
@@ -105,6 +116,8 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) 
               reconnects_);
     perDevice(out, "verda_ambiguous_requests_total",
               "Requests whose outcome was unknown when the link failed.", ambiguous_);
+    perDevice(out, "verda_rejected_requests_total",
+              "Requests turned away (429) because too many waited for the register.", rejected_);
     header(out, "verda_settled_requests_total", "counter",
            "Ambiguous or interrupted requests settled from the register, by outcome.");
     for (const auto& s : settled_)
@@ -117,6 +130,25 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices) 
     for (const auto& d : devices)
         out << "verda_device_online{device=\"" << label(d.first) << "\"} "
             << (d.second.online ? 1 : 0) << '\n';
+    header(out, "verda_changes_held", "gauge",
+           "1 while a register takes no new change: requests left in flight are settled first.");
+    for (const auto& d : devices)
+        out << "verda_changes_held{device=\"" << label(d.first) << "\"} " << (d.second.held ? 1 : 0)
+            << '\n';
+    header(out, "verda_device_replaced", "gauge",
+           "1 while another register (device number or fiscal drive) is at a register's address.");
+    for (const auto& d : devices)
+        out << "verda_device_replaced{device=\"" << label(d.first) << "\"} "
+            << (d.second.replaced ? 1 : 0) << '\n';
+    header(out, "verda_journal_writable", "gauge",
+           "1 while the journal takes writes; 0 stops every change.");
+    out << "verda_journal_writable " << (journal.writable ? 1 : 0) << '\n';
+    header(out, "verda_journal_errors_total", "counter",
+           "Times the journal failed to take a write (disk full, I/O error, file gone).");
+    out << "verda_journal_errors_total " << journalErrors_ << '\n';
+    header(out, "verda_journal_commits_total", "counter",
+           "Synchronous commits of the journal (each a sync of its log to the disk).");
+    out << "verda_journal_commits_total " << journal.commits << '\n';
     return out.str();
 }
 

@@ -22,15 +22,29 @@ class Metrics {
     void frames(const std::string& device, unsigned long long repeats, unsigned long long naks);
     void reconnect(const std::string& device);
     void ambiguous(const std::string& device);
-    // outcome: committed or not-committed.
+    // outcome: committed, not-committed or no-reply.
     void settled(const std::string& device, const std::string& outcome);
+    // A request turned away (429) because too many wait for the register.
+    void rejected(const std::string& device);
+    // The journal failed to take a write.
+    void journalFailed();
 
-    // Gauges read when the page is made: queue depth and link state per register.
+    // Gauges read when the page is made, per register: the queue's depth,
+    // whether the link is open, whether the register takes no new change
+    // (settling first) and whether another register is at its address.
     struct DeviceGauges {
         int queue = 0;
         bool online = false;
+        bool held = false;
+        bool replaced = false;
     };
-    std::string render(const std::map<std::string, DeviceGauges>& devices);
+    // And the journal's: whether it takes writes, and its commits so far.
+    struct JournalGauges {
+        bool writable = true;
+        unsigned long long commits = 0;
+    };
+    std::string render(const std::map<std::string, DeviceGauges>& devices,
+                       const JournalGauges& journal);
 
     static constexpr std::array<double, 12> kBuckets = {0.001, 0.0025, 0.005, 0.01, 0.025, 0.05,
                                                         0.1,   0.25,   0.5,   1,    2.5,   10};
@@ -45,7 +59,8 @@ class Metrics {
     std::map<std::tuple<std::string, std::string, int>, unsigned long long> requests_;
     std::map<std::string, Histogram> durations_;
     std::map<std::string, unsigned long long> exchanges_, failures_, repeats_, naks_, reconnects_,
-        ambiguous_;
+        ambiguous_, rejected_;
+    unsigned long long journalErrors_ = 0;
     std::map<std::pair<std::string, std::string>, unsigned long long> settled_;
 };
 

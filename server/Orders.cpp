@@ -11,7 +11,6 @@ namespace {
 
 const double kLargestAmount = 10000000;  // ten million roubles
 const double kLargestQuantity = 100000;  // a hundred thousand units
-const size_t kLargestText = 64;          // a line of text or a name, in characters
 const size_t kMostLines = 500;           // sale lines or text lines of one document
 
 // Reading one JSON object field by field, naming each field in full.
@@ -110,7 +109,7 @@ const json& list(const json& body, const char* key, const std::string& field, si
 // Printable ASCII and А..я, Ё and ё: what the register's code page and the
 // library's conversion carry both ways. Anything else would be sent as
 // something the customer did not ask for, so it is refused here.
-bool printable(const std::string& text, std::string& why) {
+bool printable(const std::string& text, std::string& why, size_t longest) {
     size_t characters = 0;
     for (size_t i = 0; i < text.size(); ++characters) {
         const unsigned char lead = static_cast<unsigned char>(text[i]);
@@ -132,8 +131,8 @@ bool printable(const std::string& text, std::string& why) {
                                           : "holds a character the register cannot print";
         return false;
     }
-    if (characters > kLargestText) {
-        why = "longer than " + std::to_string(kLargestText) + " characters";
+    if (characters > longest) {
+        why = "longer than " + std::to_string(longest) + " characters";
         return false;
     }
     return true;

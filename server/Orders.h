@@ -73,8 +73,9 @@ ArticleOrder readArticle(const json& body);
 void readNothing(const json& body);
 
 // Whether the register can print the UTF-8 text: printable ASCII and the
-// Russian alphabet; with the reason in why when not.
-bool printable(const std::string& text, std::string& why);
+// Russian alphabet, at most `longest` characters (a line's by default);
+// with the reason in why when not.
+bool printable(const std::string& text, std::string& why, size_t longest = 64);
 
 extern const char* const kReceiptTypes[4];
 

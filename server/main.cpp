@@ -1,4 +1,5 @@
 // verda-server: the shop's registers as an HTTP/JSON service.
+#include <dirent.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -13,8 +14,10 @@
 #include <httplib.h>
 
 #include "Api.h"
+#include "BuiltInRegister.h"
 #include "Config.h"
-#include "Log.h"
+#include "HttpPool.h"
+#include "ServerLog.h"
 #include "Worker.h"
 
 using namespace server;
@@ -34,16 +37,32 @@ std::string folderOf(const std::string& path) {
 }
 
 // The requests that a stopped server left before anything was sent: they
-// never reached a register.
-void settleUnsent(Shared& shared, const std::string& device) {
-    for (const Request& r : shared.journal.unsettled(device)) {
-        if (r.state != state::kReceived) continue;
-        json body = errorBody(503, "the server stopped before the request was sent");
-        body["state"] = state::kNotCommitted;
-        shared.record(device, r.key, "settled", {{"outcome", state::kNotCommitted}},
-                      state::kNotCommitted, 503, body);
-        shared.metrics.settled(device, state::kNotCommitted);
+// never reached a register, whichever it was.
+void settleUnsent(Shared& shared) {
+    for (const Request& r : shared.journal.unsettledElsewhere({})) {
+        if (r.state != State::Received) continue;
+        shared.move(r.device, r.key, State::Received, Event::Abandon,
+                    {{"outcome", stateName(State::NotCommitted)}},
+                    notCommitted(503, "the server stopped before the request was sent"));
+        shared.metrics.settled(r.device, stateName(State::NotCommitted));
     }
+}
+
+// The registers' folders that a server makes beside its journal (ID.log):
+// a server that has had a journal, whose journal is gone.
+std::vector<std::string> foldersOfRegisters(const std::string& folder) {
+    std::vector<std::string> found;
+    DIR* dir = opendir(folder.c_str());
+    if (dir == nullptr) return found;
+    while (const dirent* entry = readdir(dir)) {
+        const std::string name = entry->d_name;
+        struct stat info;
+        if (name.size() > 4 && name.compare(name.size() - 4, 4, ".log") == 0 &&
+            stat((folder + "/" + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+            found.push_back(name);
+    }
+    closedir(dir);
+    return found;
 }
 
 }  // namespace
@@ -52,6 +71,7 @@ int main(int argc, char** argv) {
     CLI::App app{kDescription, "verda-server"};
     std::string configFile, listen, journal, token;
     std::vector<std::string> devices;
+    bool newJournal = false;
     app.add_option("--config", configFile, "configuration file (JSON with comments)");
     app.add_option("--listen", listen,
                    "HOST:PORT to listen on (default 127.0.0.1:8035; port 0 picks one)");
@@ -59,6 +79,9 @@ int main(int argc, char** argv) {
                    "a register: ID=tcp:HOST:PORT, ID=serial:PATH[@BAUD] or ID=sim (repeatable)");
     app.add_option("--journal", journal, "the journal's SQLite file (default verda-server.db)");
     app.add_option("--token", token, "a bearer token every request but GET /health must carry");
+    app.add_flag("--new-journal", newJournal,
+                 "start on a new, empty journal where the registers' folders show that there was "
+                 "one (its requests in flight are then settled by nobody)");
     app.set_version_flag("--version", std::string("verda-server ") + VERDA_VERSION);
     try {
         app.parse(argc, argv);
@@ -111,10 +134,26 @@ int main(int argc, char** argv) {
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    // A file size limit makes the journal's writes fail, like a full disk;
+    // it never ends the process.
+    signal(SIGXFSZ, SIG_IGN);
 
     const std::string stateDir = folderOf(config.journal);
     mkdir(stateDir.c_str(), 0750);
-    Journal theJournal;
+    // A server that has had a journal never starts silently on an empty one:
+    // the requests in flight in the lost one would be settled by nobody, and
+    // a repeat of a committed key would sell again.
+    struct stat existing;
+    const std::vector<std::string> folders = foldersOfRegisters(stateDir);
+    if (stat(config.journal.c_str(), &existing) != 0 && !folders.empty() && !newJournal) {
+        std::fprintf(stderr,
+                     "verda-server: the journal %s is missing, but %s holds the folders of its "
+                     "registers (%s): restore the journal, or start with --new-journal to begin "
+                     "an empty one\n",
+                     config.journal.c_str(), stateDir.c_str(), folders.front().c_str());
+        return 2;
+    }
+    RequestJournal theJournal;
     if (!theJournal.open(config.journal, error)) {
         logError(error);
         return 1;
@@ -122,22 +161,28 @@ int main(int argc, char** argv) {
     Metrics metrics;
     Events events;
     Shared shared{config, theJournal, metrics, events};
+    std::map<std::string, std::unique_ptr<BuiltInRegister>> simulated;
     std::map<std::string, std::unique_ptr<Worker>> workers;
     try {
-        for (const DeviceConfig& d : config.devices) {
-            settleUnsent(shared, d.id);
-            workers[d.id].reset(new Worker(d, shared, stateDir));
+        settleUnsent(shared);
+        for (DeviceConfig d : config.devices) {
+            std::string paper;
+            if (d.kind == DeviceConfig::Simulated) {
+                auto& built = simulated[d.id];
+                built.reset(new BuiltInRegister(stateDir, d.id));
+                d.host = "127.0.0.1";
+                d.port = built->port();
+                paper = built->paperFile();
+            }
+            workers[d.id].reset(new Worker(d, shared, stateDir, paper));
         }
     } catch (const std::exception& e) {
         logError(e.what());
         return 1;
     }
-
     httplib::Server http;
-    const int threads = config.httpThreads;
-    http.new_task_queue = [threads] {
-        return new httplib::ThreadPool(static_cast<size_t>(threads));
-    };
+    const size_t threads = static_cast<size_t>(config.httpThreads);
+    http.new_task_queue = [threads] { return new HttpPool(threads); };
     const time_t readSeconds = config.readTimeoutMs / 1000;
     const time_t readMicros = (config.readTimeoutMs % 1000) * 1000;
     http.set_read_timeout(readSeconds, readMicros);
@@ -145,7 +190,7 @@ int main(int argc, char** argv) {
     // Headers and body go out in separate writes: without this, each answer
     // would wait for the client's delayed acknowledgement.
     http.set_tcp_nodelay(true);
-    http.set_keep_alive_timeout(5);
+    http.set_keep_alive_timeout(std::max(1, config.idleTimeoutMs / 1000));
     http.set_keep_alive_max_count(1000);
     // SO_REUSEADDR, so that a restarted server binds at once; not
     // SO_REUSEPORT, which would let a second server share the port unseen.
@@ -168,7 +213,6 @@ int main(int argc, char** argv) {
     }
     if (!bound) {
         logError("cannot listen on " + config.listenHost + ":" + std::to_string(config.listenPort));
-        for (auto& w : workers) w.second->stop();
         return 1;
     }
     // The library listens with a backlog of 5: a shop's POS programs that
@@ -179,6 +223,12 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     // The library writes its transport messages to standard output too; they
     // come after the address.
+    theJournal.onHealthChange([&](const JournalHealth& health) {
+        if (!health.writable) metrics.journalFailed();
+        // Back to work at once: what waited for the journal is settled.
+        for (auto& w : workers) w.second->wake();
+    });
+    for (auto& s : simulated) s.second->start();
     for (auto& w : workers) w.second->start();
     json registers = json::array();
     for (const DeviceConfig& d : config.devices)
@@ -187,17 +237,28 @@ int main(int argc, char** argv) {
                           {"journal", config.journal},
                           {"devices", registers},
                           {"token", !config.token.empty()}});
+    const json unconfigured = api.unconfigured();
+    if (!unconfigured.empty())
+        logWarn(
+            "requests in flight of registers that are not configured: settled when their "
+            "register is configured again, or by hand",
+            {{"requests", unconfigured}});
 
     std::thread waiter([&] {
         int got = 0;
         sigwait(&signals, &got);
         logInfo("stopping", {{"signal", got}});
+        // What waits in the registers' queues was never sent: answered so
+        // (not-sent) at once, so that no connection outlives the server.
+        for (auto& w : workers) w.second->stop();
         events.close();
         http.stop();
     });
     waiter.detach();
     http.listen_after_bind();
+    theJournal.onHealthChange(nullptr);
     for (auto& w : workers) w.second->stop();
+    for (auto& s : simulated) s.second->stop();
     logInfo("stopped");
     return 0;
 }

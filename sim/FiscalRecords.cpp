@@ -2,6 +2,8 @@
 // simulated register.
 #include "sim/Register.h"
 
+#include "wire/Documents.h"
+
 namespace sim {
 
 namespace {
@@ -75,12 +77,12 @@ void Register::PrintReport(const Args& in, Reply& out) {
     int number = 0, fd = 0;
     if (type == 'X') {
         number = ++state_.xReports;
-        printDocument('X', 0, totalsReport(dev("X-ОТЧЕТ"), number));
+        printDocument(wire::document::kXReport, 0, totalsReport(dev("X-ОТЧЕТ"), number));
     } else {
         if (!state_.shiftOpen) throw Refusal{err::kShiftClosed};
         number = state_.shift;
         fd = nextFiscalDocument(now());
-        printDocument('Z', fd, totalsReport(dev("Z-ОТЧЕТ"), number));
+        printDocument(wire::document::kZReport, fd, totalsReport(dev("Z-ОТЧЕТ"), number));
     }
     out << number << fd << (fd != 0 ? fiscalSign(fd) : 0);
     for (const auto& row : state_.totals.byTax)

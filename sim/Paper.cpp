@@ -40,11 +40,14 @@ std::string dev(const char* utf8) {
 
 void Paper::print(const Lines& lines) {
     if (out_ == nullptr) return;
-    for (const std::string& line : lines) {
-        const std::string text = wire::text::cp866ToUtf8(line) + "\n";
-        std::fwrite(text.data(), 1, text.size(), out_);
-    }
+    for (const std::string& line : lines) held_ += wire::text::cp866ToUtf8(line) + "\n";
+}
+
+void Paper::flush() {
+    if (out_ == nullptr || held_.empty()) return;
+    std::fwrite(held_.data(), 1, held_.size(), out_);
     std::fflush(out_);
+    held_.clear();
 }
 
 }  // namespace sim

@@ -33,14 +33,22 @@ class Layout {
 // UTF-8 literal to CP866, for the register's own texts.
 std::string dev(const char* utf8);
 
+// Lines are held until flush(): the simulator writes its memory first, so
+// that a simulator killed at any moment never shows on paper a document
+// that it then forgets.
 class Paper {
   public:
     // out is not owned; null prints nothing.
     explicit Paper(std::FILE* out) : out_(out) {}
     void print(const Lines& lines);
+    // Writes what print() holds.
+    void flush();
+    // Drops what print() holds: a refused command leaves no trace.
+    void discard() { held_.clear(); }
 
   private:
     std::FILE* out_;
+    std::string held_;  // UTF-8
 };
 
 }  // namespace sim

@@ -1,6 +1,8 @@
 // Shifts, receipts, cash and printing of the simulated register.
 #include "sim/Register.h"
 
+#include "wire/Documents.h"
+
 namespace sim {
 
 namespace {
@@ -8,7 +10,6 @@ namespace {
 const char* const kReceiptTitles[] = {
     "ПРИХОД", "ВОЗВРАТ ПРИХОДА",   "РАСХОД",           "ВОЗВРАТ РАСХОДА",
     "",       "КОРРЕКЦИЯ ПРИХОДА", "КОРРЕКЦИЯ РАСХОДА"};
-const char kJournalTypes[] = "SRPQ-KK";  // journal type by receipt type
 const int kCorrectionSale = 5;
 const int kCorrectionPurchase = 6;
 const Money kLargestPrice = 1000000000;    // ten million roubles
@@ -102,7 +103,7 @@ void Register::OpenShift(Reply& out) {
     const int fd = nextFiscalDocument(now());
     Lines doc = documentHeader(dev("ОТЧЕТ ОБ ОТКРЫТИИ СМЕНЫ"));
     doc.push_back(layout_.pair(dev("СМЕНА №"), str(state_.shift)));
-    printDocument('O', fd, doc);
+    printDocument(wire::document::kShiftOpening, fd, doc);
     out << fd << fiscalSign(fd) << state_.shift;
 }
 
@@ -291,7 +292,8 @@ void Register::Total(const Args& in, Reply& out) {
     r.payments[mode] += amount;
     Lines printed;
     if (receiptPaid() == amount)
-        printed.push_back(layout_.pair(dev("ИТОГ"), "=" + money(receiptTotal())));
+        printed.push_back(
+            layout_.pair(dev(wire::document::kTotalLabel), "=" + money(receiptTotal())));
     printed.push_back(layout_.pair(param("PayName", static_cast<int>(mode)), money(amount)));
     const Money left = due - amount;
     if (left < 0) printed.push_back(layout_.pair(dev("СДАЧА"), money(-left)));
@@ -322,7 +324,7 @@ void Register::TotalCorrecion(const Args& in, Reply&) {
     }
     r.payments[mode] = amount;
     r.corrected = true;
-    printed.push_back(layout_.pair(dev("ИТОГ"), "=" + money(amount)));
+    printed.push_back(layout_.pair(dev(wire::document::kTotalLabel), "=" + money(amount)));
     printed.push_back(layout_.pair(param("PayName", static_cast<int>(mode)), money(amount)));
     print(printed);
 }
@@ -383,7 +385,7 @@ void Register::CloseFiscalInv(const Args& in, Reply& out) {
     const int fd = nextFiscalDocument(now());
     const int slip = r.slip, document = r.document;
     state_.lastReceiptDoc = document;
-    endReceipt(kJournalTypes[r.type], fd);
+    endReceipt(wire::document::kReceiptKinds[r.type], fd);
     out << slip << fd << fiscalSign(fd) << document << state_.shift;
 }
 
@@ -420,7 +422,9 @@ void Register::endReceipt(char journalType, int fd) {
     doc.time = now();
     Lines closing{layout_.rule('-')};
     if (fd != 0)
-        closing.push_back(layout_.pair(dev("ФД № ") + str(fd), dev("ФП ") + str(fiscalSign(fd))));
+        closing.push_back(layout_.pair(dev(wire::document::kFiscalNumberLabel) + " " +
+                                           dev(wire::document::kNumberSign) + " " + str(fd),
+                                       dev(wire::document::kSignMark) + str(fiscalSign(fd))));
     print(closing);
     doc.lines = r.printed;
     state_.journal.push_back(doc);
@@ -451,9 +455,9 @@ void Register::ParishOrConsumption(const Args& in, Reply& out) {
         op.sum += amount;
         state_.cash += type == '0' ? amount : -amount;
         Lines doc = documentHeader(dev(type == '0' ? "ВНЕСЕНИЕ" : "ВЫПЛАТА"));
-        doc.push_back(layout_.pair(dev("СУММА"), money(amount)));
+        doc.push_back(layout_.pair(dev(wire::document::kCashSumLabel), money(amount)));
         doc.push_back(layout_.pair(dev("НАЛИЧНЫХ В КАССЕ"), money(state_.cash)));
-        printDocument(type == '0' ? 'I' : 'W', 0, doc);
+        printDocument(type == '0' ? wire::document::kCashIn : wire::document::kCashOut, 0, doc);
     }
     out.amount(state_.cash).amount(t.cashIn.sum).amount(t.cashOut.sum);
 }

@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "wire/Documents.h"
 #include "wire/Firmware.h"
 
 namespace sim {
@@ -137,6 +138,7 @@ std::string Register::execute(unsigned int command, const std::string& data) {
                                                                       : "0\t" + out.data();
     } catch (const Refusal& refusal) {
         state_ = before;
+        paper_.discard();
         lastRefused_ = true;
         return "-" + str(refusal.code) + "\t";
     }
@@ -243,7 +245,9 @@ void Register::printDocument(char type, int fd, const Lines& lines) {
     doc.time = now();
     doc.lines = lines;
     if (fd != 0)
-        doc.lines.push_back(layout_.pair(dev("ФД № ") + str(fd), dev("ФП ") + str(fiscalSign(fd))));
+        doc.lines.push_back(layout_.pair(dev(wire::document::kFiscalNumberLabel) + " " +
+                                             dev(wire::document::kNumberSign) + " " + str(fd),
+                                         dev(wire::document::kSignMark) + str(fiscalSign(fd))));
     paper_.print(doc.lines);
     printed_ = true;
     state_.lastDocTime = doc.time;

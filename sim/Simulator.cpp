@@ -49,7 +49,11 @@ bool Simulator::start(std::string& error) {
     paper_.reset(new Paper(paperFile_));
     device_.reset(new Register(options_.identity, state_, *paper_));
     faults_.reset(new Faults(options_.faults, options_.seed));
-    link_.reset(new Link(*device_, *faults_, options_.hangUp, [this] { persist(); }));
+    // The memory is written before the paper shows what the command printed.
+    link_.reset(new Link(*device_, *faults_, options_.hangUp, [this] {
+        persist();
+        paper_->flush();
+    }));
     if (pipe(stopPipe_) != 0) {
         error = systemError("pipe");
         return false;

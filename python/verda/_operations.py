@@ -2503,7 +2503,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2521,7 +2521,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2539,7 +2539,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2560,7 +2560,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2585,7 +2585,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2608,7 +2608,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2631,7 +2631,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2654,7 +2654,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2678,7 +2678,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2700,7 +2700,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2722,7 +2722,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2743,7 +2743,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2765,7 +2765,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2786,7 +2786,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """
@@ -2808,7 +2808,7 @@ class Operations:
                 report and the reports by operator and by article only print: sending one again
                 prints it again. A Z report (print_report with 'Z', print_z_report) may have closed
                 the shift and made its fiscal document: get_status_shift tells whether the shift is
-                still open, and the fiscal drive's last document number (get_of_dand_fn_status,
+                still open, and the fiscal  drive's last document number (get_of_dand_fn_status,
                 doc_number) whether a document was made; never print it again before knowing.
             DeviceError: the register refused it.
         """

@@ -23,6 +23,8 @@ def pytest_addoption(parser):
     parser.addoption("--sim", required=True, help="the verda-sim program")
     parser.addoption("--receipts", type=int, default=100, help="receipts of each client in the load test")
     parser.addoption("--screenshots", default=None, help="folder for the console test's screenshots")
+    parser.addoption("--seed", type=int, default=19, help="the randomized campaign's seed")
+    parser.addoption("--campaign-receipts", type=int, default=6, help="receipts of each client in the campaign")
 
 
 def wait_until(what, condition, timeout=WAIT):
@@ -135,10 +137,28 @@ class Server:
         checked(answer, "/devices/{id}/x-report", "post", 200)
         return answer.json()
 
+    def committed(self, id):
+        """The journal's committed receipts of a register."""
+        rows = self.get("/requests", params={"device": id, "state": "committed", "limit": 10000}).json()["requests"]
+        return [r for r in rows if r["kind"] == "receipt"]
+
     def committed_total(self, id):
         """The journal's sum of the committed sales of a register."""
-        rows = self.get("/requests", params={"device": id, "state": "committed", "limit": 10000}).json()["requests"]
-        return round(sum(r["answer"]["total"] for r in rows if r["kind"] == "receipt"), 2)
+        return round(sum(r["answer"]["total"] for r in self.committed(id)), 2)
+
+    def fiscal_receipts(self, id):
+        """Every fiscal receipt in the register's electronic journal, by its
+        fiscal number: {number: document}."""
+        last = self.device(id)["fiscal_drive"]["last_document"]
+        found = {}
+        for number in range(1, last + 1):
+            # A link found dead on the way is opened again: the read is repeated.
+            answer = wait_until("a journal read", lambda: (lambda a: a if a.status_code != 504 else None)(
+                self.get(f"/devices/{id}/journal/{number}")))
+            document = checked(answer, "/devices/{id}/journal/{document}", "get", 200)
+            if document["kind"] in "SRPQ":
+                found[number] = document
+        return found
 
 
 def checked(response, path, method, status=None):
@@ -191,6 +211,20 @@ def server_factory(programs, tmp_path):
 
 
 @pytest.fixture
+def relay_factory():
+    from relay import Relay
+    relays = []
+
+    def make(sim):
+        relay = Relay(sim.port)
+        relays.append(relay)
+        return relay
+    yield make
+    for relay in relays:
+        relay.close()
+
+
+@pytest.fixture
 def shop(server_factory):
     """A server with its built-in simulated register, the shift open."""
     server = server_factory()
@@ -198,6 +232,9 @@ def shop(server_factory):
     checked(server.change("/devices/sim/shift/open"), "/devices/{id}/shift/open", "post", 200)
     return server
 
+
+# What a simulated register reports itself as, unless told otherwise.
+SIM_IDENTITY = {"device_number": "0000000001", "fiscal_drive": "9999078900012345"}
 
 SALE = {"type": "sale", "cashier": "Иванова",
         "lines": [{"name": "Хлеб", "price": 45.50, "quantity": 2, "tax": 1, "department": 1,

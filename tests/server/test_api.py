@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-from conftest import SALE, WAIT, checked
+from conftest import SALE, SIM_IDENTITY, WAIT, checked
 
 
 def ring_up(server, body, key=None):
@@ -38,7 +38,8 @@ def test_receipt_committed_once_and_repeated_from_the_journal(shop):
     record = checked(shop.get("/requests/receipt-1"), "/requests/{key}", "get", 200)
     assert record["state"] == "committed" and record["answer"] == sale
     assert [s["step"] for s in record["steps"]] == ["received", "sent", "closing", "committed"]
-    assert record["witness"] == {"fiscal_document": sale["document"] - 1}
+    # The witness: which register, and its last fiscal document before the receipt.
+    assert record["witness"] == dict(SIM_IDENTITY, fiscal_document=sale["document"] - 1)
     articles = checked(shop.get("/devices/sim/articles"), "/devices/{id}/articles", "get", 200)
     assert [(a["code"], a["name"], a["stock"]) for a in articles["articles"]] == [(101, "Сыр", 48.5)]
 
@@ -232,8 +233,10 @@ def test_any_operation_by_name(shop):
     assert cash["outputs"] == {"CashSum": 50, "CashIn": 50, "CashOut": 0}
     record = shop.get("/requests").json()["requests"][0]
     assert record["kind"] == "operation:ParishOrConsumption"
-    assert shop.get("/requests/" + record["key"]).json()["witness"] == {
-        "fiscal_document": 1, "cash_in": 0, "cash_out": 0}
+    assert shop.get("/requests/" + record["key"]).json()["witness"] == dict(
+        SIM_IDENTITY, fiscal_document=1, cash_in=0, cash_out=0)
+    assert next(op for op in listed if op["name"] == "ParishOrConsumption")["may_fiscalise"] is True
+    assert next(op for op in listed if op["name"] == "PrintXReport")["may_fiscalise"] is False
     name = checked(shop.change("/devices/sim/operations/DiagnosticInfo", {}), path, "post", 200)["outputs"]["Name"]
     assert name == shop.device("sim")["model"]
     refused = checked(shop.change("/devices/sim/operations/CloseFiscalInv", {}), path, "post", 422)

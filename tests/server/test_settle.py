@@ -117,13 +117,41 @@ def test_server_killed_in_the_middle_of_receipts(server_factory, sim_factory):
     assert server.x_report("shop")["sales"][0] == server.committed_total("shop") == round(211.3 * len(journaled), 2)
 
 
-def test_reply_lost_after_cash_in_by_operation_name(server_factory, sim_factory):
+def test_reply_lost_after_cash_in_by_operation_name_waits_for_a_person(server_factory, sim_factory):
+    """An operation called by name moved the register's cash, but what it left
+    cannot be told apart: the request stays ambiguous, the register takes no
+    new change (reads go on), and a person settles it by hand."""
     sim = sim_factory("--hang-up-after", "ParishOrConsumption:2")  # the first only reads the sums
     server = shop_on(server_factory, sim)
     open_shift(server)
     pending = server.change("/devices/shop/operations/ParishOrConsumption", {"Type": "0", "Amount": 70}, key="cash")
     assert checked(pending, "/devices/{id}/operations/{name}", "post", 202)["state"] == "ambiguous"
-    record = server.settled("cash")
-    assert record["state"] == "committed" and record["answer"] == {"state": "committed", "settled": True}
-    cash = checked(server.change("/devices/shop/cash-out", {"amount": 20}), "/devices/{id}/cash-out", "post", 200)
+    device = wait_until("the register to wait for a person", lambda: (lambda d: d if d["changes"]["state"] == "needs-a-person" else None)(
+        checked(server.get("/devices/shop"), "/devices/{id}", "get", 200)))
+    assert device["changes"]["unsettled"] == ["cash"]
+    health = checked(server.get("/health"), "/health", "get", 200)
+    assert health["status"] == "attention" and health["registers"]["shop"]["state"] == "needs-a-person"
+    # Held: a change waits until its deadline and is not sent; a read answers.
+    held = server.change("/devices/shop/cash-out", {"amount": 20}, key="held", headers={"X-Deadline-Ms": "500"})
+    assert checked(held, "/devices/{id}/cash-out", "post", 503)["state"] == "not-sent"
+    checked(server.get("/devices/shop/clock"), "/devices/{id}/clock", "get", 200)
+
+    path = "/requests/{key}/settle"
+    for key, body, status, field in [("cash", {"state": "maybe"}, 400, "state"),
+                                     ("cash", {"state": "committed"}, 400, "document"),
+                                     ("cash", {"state": "not-committed", "document": 3}, 400, "document"),
+                                     ("held", {"state": "not-committed"}, 409, "key"),
+                                     ("nobody", {"state": "not-committed"}, 404, "key")]:
+        answer = server.request("POST", f"/requests/{key}/settle", body)
+        assert checked(answer, path, "post", status)["error"]["field"] == field, (key, body)
+    settled = checked(server.request("POST", "/requests/cash/settle", {"state": "committed", "document": 3}),
+                      path, "post", 200)
+    assert settled["state"] == "committed" and settled["answer"] == {"state": "committed", "document": 3,
+                                                                     "settled": "by-hand"}
+    assert settled["steps"][-1]["step"] == "settled-by-hand" and settled["steps"][-1]["detail"]["document"] == 3
+    again = server.request("POST", "/requests/cash/settle", {"state": "not-committed"})
+    assert checked(again, path, "post", 409)["error"]["field"] == "key"
+    # The register takes changes again; the held request runs when repeated.
+    cash = checked(server.change("/devices/shop/cash-out", {"amount": 20}, key="held"), "/devices/{id}/cash-out", "post", 200)
     assert (cash["cash_in"], cash["cash_out"], cash["cash"]) == (70, 20, 50)
+    assert server.get("/requests/held").json()["answer"] == cash  # its new answer, not the 503

@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "ServerLog.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_GENERIC_H
-#define VERDA_SERVER_GENERIC_H
+#ifndef VERDA_SERVER_OPERATIONSBYNAME_H
+#define VERDA_SERVER_OPERATIONSBYNAME_H
 
 // Any operation of the library by its name, from the C interface's one
 // description of every operation: POST /devices/{id}/operations/{Name} and
@@ -8,16 +8,12 @@
 #include <functional>
 #include <string>
 
-#include "Operations.h"
+#include "Procedures.h"
 
 namespace server {
 
 // The operations with their parameters, as the C interface describes them.
 json listOperations();
-// The journal's kind of a call of the operation: "operation:Name".
-std::string operationKind(const std::string& name);
-// Whether the operation sends a command that may fiscalise a document.
-bool operationMayFiscalise(const std::string& kind);
 // Checks the inputs (a JSON object by parameter name) against the
 // operation's description and gives the call to run; BadInput otherwise.
 // An unknown name is BadInput of the field "name".

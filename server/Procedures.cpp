@@ -1,8 +1,9 @@
-#include "Operations.h"
+#include "Procedures.h"
 
 #include <cmath>
 
-#include "Generic.h"
+#include "Lifecycle.h"
+#include "wire/Documents.h"
 
 namespace server {
 
@@ -10,49 +11,38 @@ namespace {
 
 const int kNoArticle = 111004;  // the register's "no such article", which ends a walk
 
-// Amounts as the register counts them: kopecks.
-double money(double value) {
-    return std::round(value * 100) / 100;
-}
-
 char taxCode(int tax) {
     return static_cast<char>('0' + tax);
 }
 
-const Operator& op(Device& device) {
+const Operator& op(RegisterHandle& device) {
     return device.config().op;
 }
 
-std::string cashierOf(Device& device, const std::string& cashier) {
+std::string cashierOf(RegisterHandle& device, const std::string& cashier) {
     return cashier.empty() ? op(device).name : cashier;
 }
 
-// The fiscal drive's last document number.
-int lastFiscalDocument(Device& d) {
-    bool shiftOpen = false, over24h = false;
-    int shift = 0, document = 0, unsent = 0, firstUnsent = 0;
-    char since[64] = "";
-    VERDA_CALL(d, GetOFDandFNStatus, &shiftOpen, &over24h, &shift, &document, &unsent, &firstUnsent,
-               since, sizeof since);
-    return document;
+}  // namespace
+
+double money(double value) {
+    return std::round(value * 100) / 100;
 }
 
-struct CashTotals {
-    double cash = 0, in = 0, out = 0;
-};
+json committed(json answer) {
+    answer["state"] = stateName(State::Committed);
+    return answer;
+}
 
-// Cash in the drawer and put in and taken out in this shift: an amount of 0
-// only asks.
-CashTotals cashTotals(Device& d) {
+// An amount of 0 only asks.
+CashTotals cashTotals(RegisterHandle& d) {
     CashTotals t;
     VERDA_CALL(d, ParishOrConsumption, '0', 0.0, &t.cash, &t.in, &t.out);
     return t;
 }
 
-}  // namespace
-
 // Refusals are ignored: there may be nothing to close.
-void freeRegister(Device& d) {
+void freeRegister(RegisterHandle& d) {
     char open = 0;
     int number = 0, items = 0;
     double amount = 0, paid = 0;
@@ -69,7 +59,7 @@ namespace {
 
 // After a refusal half way, the open receipt is cancelled; a link lost
 // meanwhile leaves it to the settlement.
-void cancelAfterRefusal(Device& d) {
+void cancelAfterRefusal(RegisterHandle& d) {
     int slip = 0;
     try {
         VERDA_CALL(d, CancelFiscalInv, &slip);
@@ -78,7 +68,7 @@ void cancelAfterRefusal(Device& d) {
 }
 
 // A document of the electronic journal: its number, shift, time, kind and lines.
-json journalDocument(Device& d, int number, bool byFiscalNumber) {
+json journalDocument(RegisterHandle& d, int number, bool byFiscalNumber) {
     int document = 0, shift = 0, lines = 0;
     char time[64] = "", kind = 0;
     VERDA_CALL(d, GetInfoFromEJ0, number, byFiscalNumber ? '1' : '0', &document, &shift, time,
@@ -96,9 +86,9 @@ json journalDocument(Device& d, int number, bool byFiscalNumber) {
     return out;
 }
 
-// The fiscal sign printed at the foot of a fiscal document: "ФП " and digits.
+// The fiscal sign printed at the foot of a fiscal document: the mark and digits.
 std::string signOf(const json& document) {
-    static const std::string kMark = "ФП ";
+    static const std::string kMark = wire::document::kSignMark;
     for (const auto& line : document["lines"]) {
         const std::string text = line.get<std::string>();
         const size_t at = text.rfind(kMark);
@@ -108,11 +98,6 @@ std::string signOf(const json& document) {
         return text.substr(from, to == std::string::npos ? std::string::npos : to - from);
     }
     return "";
-}
-
-json committed(json answer) {
-    answer["state"] = state::kCommitted;
-    return answer;
 }
 
 json reportAnswer(char type, int number, int document, int sign, const double (&sums)[24]) {
@@ -129,20 +114,9 @@ json reportAnswer(char type, int number, int document, int sign, const double (&
 
 }  // namespace
 
-json witnessOfAny(Device& d) {
-    const CashTotals cash = cashTotals(d);
-    return {
-        {"fiscal_document", lastFiscalDocument(d)}, {"cash_in", cash.in}, {"cash_out", cash.out}};
-}
-
-bool mayFiscalise(const std::string& kind) {
-    return operationMayFiscalise(kind) || kind == "receipt" || kind == "shift-open" ||
-           kind == "z-report" || kind == "cash-in" || kind == "cash-out";
-}
-
 json runReceipt(Run& run, const ReceiptOrder& order) {
-    Device& d = run.device;
-    run.sent({{"fiscal_document", lastFiscalDocument(d)}});
+    RegisterHandle& d = run.device;
+    run.send();
     int slip = 0, document = 0, shift = 0;
     const Operator& o = op(d);
     VERDA_CALL(d, OpenFiscalInv, o.code, o.password.c_str(), o.till, order.type, "", "",
@@ -199,8 +173,8 @@ json runReceipt(Run& run, const ReceiptOrder& order) {
 }
 
 json runShiftOpen(Run& run, const std::string& cashier) {
-    Device& d = run.device;
-    run.sent({{"fiscal_document", lastFiscalDocument(d)}});
+    RegisterHandle& d = run.device;
+    run.send();
     const Operator& o = op(d);
     int document = 0, sign = 0, shift = 0;
     run.fiscal = true;
@@ -210,8 +184,8 @@ json runShiftOpen(Run& run, const std::string& cashier) {
 }
 
 json runReport(Run& run, char type) {
-    Device& d = run.device;
-    run.sent(type == 'Z' ? json{{"fiscal_document", lastFiscalDocument(d)}} : json());
+    RegisterHandle& d = run.device;
+    run.send();
     run.fiscal = type == 'Z';
     int number = 0, document = 0, sign = 0;
     double s[24] = {0};
@@ -222,9 +196,8 @@ json runReport(Run& run, char type) {
 }
 
 json runCash(Run& run, bool in, double amount) {
-    Device& d = run.device;
-    const CashTotals before = cashTotals(d);
-    run.sent({{"cash_in", before.in}, {"cash_out", before.out}});
+    RegisterHandle& d = run.device;
+    run.send();
     run.fiscal = true;
     CashTotals after;
     VERDA_CALL(d, ParishOrConsumption, in ? '0' : '1', amount, &after.cash, &after.in, &after.out);
@@ -235,8 +208,8 @@ json runCash(Run& run, bool in, double amount) {
 }
 
 json runText(Run& run, const std::vector<std::string>& lines) {
-    Device& d = run.device;
-    run.sent(nullptr);
+    RegisterHandle& d = run.device;
+    run.send();
     int slip = 0;
     VERDA_CALL(d, OpenServiceInv, '0', &slip);
     try {
@@ -251,19 +224,19 @@ json runText(Run& run, const std::vector<std::string>& lines) {
 }
 
 json runDrawer(Run& run) {
-    run.sent(nullptr);
+    run.send();
     VERDA_CALL(run.device, OpenCashDrawer, 0);
     return committed(json::object());
 }
 
 json runSetClock(Run& run, const std::string& datetime) {
-    run.sent(nullptr);
+    run.send();
     VERDA_CALL(run.device, SetDateTime, datetime.c_str());
     return committed({{"datetime", datetime}});
 }
 
 json runPutArticle(Run& run, int code, const ArticleOrder& a) {
-    run.sent(nullptr);
+    run.send();
     VERDA_CALL(run.device, PrgAndReadArticleP, code, taxCode(a.tax), a.department, a.group, '0',
                a.price, '0', a.quantity, a.barcode.c_str(), "", "", "", a.name.c_str(), "", "", "",
                "", 0, 0);
@@ -271,18 +244,18 @@ json runPutArticle(Run& run, int code, const ArticleOrder& a) {
 }
 
 json runDeleteArticle(Run& run, int code) {
-    run.sent(nullptr);
+    run.send();
     VERDA_CALL(run.device, PrgAndReadArticleD, code, code);
     return committed({{"code", code}});
 }
 
-json readClock(Device& d) {
+json readClock(RegisterHandle& d) {
     char datetime[64] = "";
     VERDA_CALL(d, GetDateTime, datetime, sizeof datetime);
     return {{"datetime", datetime}};
 }
 
-json readJournalDocument(Device& d, int number, bool byFiscalNumber) {
+json readJournalDocument(RegisterHandle& d, int number, bool byFiscalNumber) {
     json document = journalDocument(d, number, byFiscalNumber);
     const std::string sign = signOf(document);
     if (!sign.empty()) document["sign"] = sign;
@@ -291,7 +264,7 @@ json readJournalDocument(Device& d, int number, bool byFiscalNumber) {
 
 // The walk of the database: the first record, then each next one, until the
 // register says there is none (or the codes stop rising).
-json readArticles(Device& d) {
+json readArticles(RegisterHandle& d) {
     json out = json::array();
     int previous = 0;
     for (bool first = true;; first = false) {
@@ -327,65 +300,7 @@ json readArticles(Device& d) {
     return out;
 }
 
-json settle(Device& d, const Request& r) {
-    const json& w = r.witness;
-    if (r.state == state::kReceived || w.is_null()) {
-        // Nothing was sent before the witness was written; for a kind that
-        // writes none, what was sent cannot have fiscalised anything.
-        if (r.state != state::kReceived) freeRegister(d);
-        return nullptr;
-    }
-    if (w.contains("cash_in") && w.contains("fiscal_document")) {
-        // An operation called by name: whether it moved either counter.
-        const CashTotals cash = cashTotals(d);
-        const bool moved = lastFiscalDocument(d) > w["fiscal_document"].get<int>() ||
-                           cash.in > w["cash_in"].get<double>() + 0.005 ||
-                           cash.out > w["cash_out"].get<double>() + 0.005;
-        if (!moved) {
-            freeRegister(d);
-            return nullptr;
-        }
-        return committed({{"settled", true}});
-    }
-    if (w.contains("fiscal_document")) {
-        const int before = w["fiscal_document"].get<int>();
-        if (lastFiscalDocument(d) <= before) {
-            freeRegister(d);
-            return nullptr;
-        }
-        // The next fiscal document is this request's: only this worker
-        // drives the register. Its sign and shift come from the electronic
-        // journal; a journal that will not tell leaves them unknown, and the
-        // request committed all the same.
-        json document = {{"shift", nullptr}, {"lines", json::array()}};
-        try {
-            document = journalDocument(d, before + 1, true);
-        } catch (const Refused&) {
-        }
-        json answer = {
-            {"document", before + 1}, {"sign", signOf(document)}, {"shift", document["shift"]}};
-        if (r.kind == "receipt") {
-            for (const Step& s : r.steps)
-                if (s.step == "closing")
-                    for (const char* key : {"receipt", "total", "change"})
-                        answer[key] = s.detail[key];
-        }
-        if (r.kind == "z-report") answer["report"] = document["shift"];
-        return committed(answer);
-    }
-    // Cash in or out: the shift's sums tell whether it was booked.
-    const CashTotals now = cashTotals(d);
-    const bool in = r.kind == "cash-in";
-    const double before = w[in ? "cash_in" : "cash_out"].get<double>();
-    const double amount = r.body["amount"].get<double>();
-    if ((in ? now.in : now.out) + 0.005 < before + amount) return nullptr;
-    return committed({{"amount", money(amount)},
-                      {"cash", money(now.cash)},
-                      {"cash_in", money(now.in)},
-                      {"cash_out", money(now.out)}});
-}
-
-json readStatus(Device& d) {
+json readStatus(RegisterHandle& d) {
     bool shiftOpen = false, over24h = false;
     int shiftMinutes = 0;
     VERDA_CALL(d, GetStatusShift, &shiftOpen, &over24h, &shiftMinutes);

@@ -1,5 +1,5 @@
-#ifndef VERDA_SERVER_LOG_H
-#define VERDA_SERVER_LOG_H
+#ifndef VERDA_SERVER_SERVERLOG_H
+#define VERDA_SERVER_SERVERLOG_H
 
 // The server's own log: one JSON object per line on standard error, with
 // the time, a level, a message and any fields.

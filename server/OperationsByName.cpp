@@ -1,17 +1,10 @@
-#include "Generic.h"
+#include "OperationsByName.h"
 
 #include <memory>
-#include <set>
 
 namespace server {
 
 namespace {
-
-// Commands after which the register may hold a new fiscal document or new
-// cash sums: a call of them is witnessed and, if its link fails, settled.
-const std::set<std::string> kFiscalCommands = {"OpenFiscalInv", "CloseFiscalInv",
-                                               "PrintReport",   "ParishOrConsumption",
-                                               "Fiscalization", "ChangeOFDRegistration"};
 
 const char* typeName(int type) {
     switch (type) {
@@ -105,16 +98,6 @@ json outputOf(const verda_parameter& p, const verda_value& value) {
 
 }  // namespace
 
-std::string operationKind(const std::string& name) {
-    return "operation:" + name;
-}
-
-bool operationMayFiscalise(const std::string& kind) {
-    if (kind.rfind("operation:", 0) != 0) return false;
-    const verda_operation* op = verda_find_operation(kind.substr(10).c_str());
-    return op != nullptr && kFiscalCommands.count(op->command) != 0;
-}
-
 json listOperations() {
     json out = json::array();
     for (size_t i = 0; i < verda_operation_count(); ++i) {
@@ -130,6 +113,7 @@ json listOperations() {
         out.push_back({{"name", op->name},
                        {"command", op->command},
                        {"meaning", op->meaning},
+                       {"may_fiscalise", op->may_fiscalise != 0},
                        {"parameters", parameters}});
     }
     return out;
@@ -155,8 +139,7 @@ std::function<json(Run&)> prepareCall(const std::string& name, const json& input
         if (!body.contains(p.name)) throw BadInput{p.name, "missing"};
         readInput(p, body[p.name], (*values)[k], (*texts)[k]);
     }
-    const bool fiscal = kFiscalCommands.count(op->command) != 0;
-    return [op, values, texts, fiscal](Run& run) {
+    return [op, values, texts](Run& run) {
         // Text outputs get buffers that always suffice; inout texts start as given.
         std::vector<std::vector<char>> buffers(op->parameter_count);
         std::vector<verda_value> call = *values;
@@ -175,20 +158,15 @@ std::function<json(Run&)> prepareCall(const std::string& name, const json& input
                 call[k].text = const_cast<char*>((*texts)[k].c_str());
             }
         }
-        json witness = nullptr;
-        if (fiscal) {
-            run.fiscal = false;
-            witness = witnessOfAny(run.device);
-        }
-        run.sent(witness);
-        run.fiscal = fiscal;
+        run.send();
+        run.fiscal = op->may_fiscalise != 0;
         const int result = verda_call(run.device.handle(), op->name, call.data(), call.size());
         run.device.check(op->name, result);
         json outputs = json::object();
         for (size_t k = 0; k < op->parameter_count; ++k)
             if (isOutput(op->parameters[k]))
                 outputs[op->parameters[k].name] = outputOf(op->parameters[k], call[k]);
-        return json{{"state", state::kCommitted}, {"result", result}, {"outputs", outputs}};
+        return committed({{"result", result}, {"outputs", outputs}});
     };
 }
 

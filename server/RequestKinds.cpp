@@ -1,0 +1,121 @@
+#include "RequestKinds.h"
+
+#include "OperationsByName.h"
+
+namespace server {
+
+namespace {
+
+const char kOperationKind[] = "operation:";
+
+Task receipt(const json& body, const std::vector<std::string>&) {
+    const ReceiptOrder order = readReceipt(body);
+    return [order](Run& run) { return runReceipt(run, order); };
+}
+
+Task shiftOpen(const json& body, const std::vector<std::string>&) {
+    std::string cashier;
+    if (!body.is_null()) {
+        if (!body.is_object()) throw BadInput{"body", "must be an object"};
+        for (const auto& item : body.items())
+            if (item.key() != "cashier") throw BadInput{item.key(), "unknown field"};
+        if (body.contains("cashier")) {
+            std::string why;
+            if (!body["cashier"].is_string()) throw BadInput{"cashier", "must be a string"};
+            cashier = body["cashier"].get<std::string>();
+            if (!printable(cashier, why)) throw BadInput{"cashier", why};
+        }
+    }
+    return [cashier](Run& run) { return runShiftOpen(run, cashier); };
+}
+
+template <char type>
+Task report(const json& body, const std::vector<std::string>&) {
+    readNothing(body);
+    return [](Run& run) { return runReport(run, type); };
+}
+
+template <bool in>
+Task cash(const json& body, const std::vector<std::string>&) {
+    const double amount = readCashAmount(body);
+    return [amount](Run& run) { return runCash(run, in, amount); };
+}
+
+Task text(const json& body, const std::vector<std::string>&) {
+    const auto lines = readTextLines(body);
+    return [lines](Run& run) { return runText(run, lines); };
+}
+
+Task drawer(const json& body, const std::vector<std::string>&) {
+    readNothing(body);
+    return [](Run& run) { return runDrawer(run); };
+}
+
+Task clock(const json& body, const std::vector<std::string>&) {
+    const std::string datetime = readDateTime(body);
+    return [datetime](Run& run) { return runSetClock(run, datetime); };
+}
+
+// The code of /articles/{code}: its pattern lets through six digits.
+int articleCode(const std::vector<std::string>& parameters) {
+    const int code = std::stoi(parameters.at(0));
+    if (code < 1) throw BadInput{"code", "a whole number from 1 to 999999"};
+    return code;
+}
+
+Task putArticle(const json& body, const std::vector<std::string>& parameters) {
+    const int code = articleCode(parameters);
+    const ArticleOrder article = readArticle(body);
+    return [code, article](Run& run) { return runPutArticle(run, code, article); };
+}
+
+Task deleteArticle(const json& body, const std::vector<std::string>& parameters) {
+    const int code = articleCode(parameters);
+    readNothing(body);
+    return [code](Run& run) { return runDeleteArticle(run, code); };
+}
+
+Task operation(const json& body, const std::vector<std::string>& parameters) {
+    return prepareCall(parameters.at(0), body);
+}
+
+}  // namespace
+
+const std::vector<RequestKind>& requestKinds() {
+    static const std::vector<RequestKind> kinds = {
+        {"POST", "/receipts", "/receipts", "receipt", Fiscal::Receipt, receipt},
+        {"POST", "/shift/open", "/shift/open", "shift-open", Fiscal::ShiftOpen, shiftOpen},
+        {"POST", "/x-report", "/x-report", "x-report", Fiscal::No, report<'X'>},
+        {"POST", "/z-report", "/z-report", "z-report", Fiscal::ZReport, report<'Z'>},
+        {"POST", "/cash-in", "/cash-in", "cash-in", Fiscal::CashIn, cash<true>},
+        {"POST", "/cash-out", "/cash-out", "cash-out", Fiscal::CashOut, cash<false>},
+        {"POST", "/text", "/text", "text", Fiscal::No, text},
+        {"POST", "/drawer", "/drawer", "drawer", Fiscal::No, drawer},
+        {"PUT", "/clock", "/clock", "clock", Fiscal::No, clock},
+        {"PUT", "/articles/{code}", "/articles/([0-9]{1,6})", "article-put", Fiscal::No,
+         putArticle},
+        {"DELETE", "/articles/{code}", "/articles/([0-9]{1,6})", "article-delete", Fiscal::No,
+         deleteArticle},
+        {"POST", "/operations/{name}", "/operations/([A-Za-z0-9_]{1,64})", kOperationKind,
+         Fiscal::ByName, operation},
+    };
+    return kinds;
+}
+
+std::string journalKind(const RequestKind& kind, const std::vector<std::string>& parameters) {
+    if (kind.fiscal == Fiscal::ByName) return kind.kind + parameters.at(0);
+    return kind.kind;
+}
+
+Fiscal fiscalOf(const std::string& journalKind) {
+    if (journalKind.rfind(kOperationKind, 0) == 0) {
+        const verda_operation* op =
+            verda_find_operation(journalKind.substr(sizeof kOperationKind - 1).c_str());
+        return op != nullptr && op->may_fiscalise != 0 ? Fiscal::ByName : Fiscal::No;
+    }
+    for (const RequestKind& kind : requestKinds())
+        if (journalKind == kind.kind) return kind.fiscal;
+    return Fiscal::No;
+}
+
+}  // namespace server

@@ -1,0 +1,51 @@
+#ifndef VERDA_SERVER_REQUESTKINDS_H
+#define VERDA_SERVER_REQUESTKINDS_H
+
+// The requests that change a register, in one table: the route of each, its
+// kind in the journal, whether and how it may fiscalise a document (which
+// tells what its witness holds and how it is settled), and how it runs.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Procedures.h"
+
+namespace server {
+
+// What a request may leave on the register, by which its settlement finds
+// out whether it did.
+enum class Fiscal {
+    No,         // nothing fiscal: a lost reply leaves its outcome unknown (no-reply)
+    Receipt,    // a fiscal receipt of the request's type and total
+    ShiftOpen,  // the shift's opening
+    ZReport,    // the Z report
+    CashIn,     // cash in or out: a document of the amount
+    CashOut,
+    ByName,  // an operation called by name that may fiscalise: whether its
+             // counters moved tells whether it did anything, but not what
+};
+
+using Task = std::function<json(Run&)>;
+
+struct RequestKind {
+    const char* method;   // "POST", "PUT", "DELETE"
+    const char* path;     // under /devices/{id}, as documented: "/articles/{code}"
+    const char* pattern;  // the same as a regular expression: "/articles/([0-9]{1,6})"
+    const char* kind;     // in the journal; "operation:" is followed by the operation's name
+    Fiscal fiscal;        // for an operation by name: from the operation table
+    // Reads the body (and the path's parameters) into the run; BadInput for
+    // anything wrong, before the journal is touched.
+    Task (*prepare)(const json& body, const std::vector<std::string>& parameters);
+};
+
+const std::vector<RequestKind>& requestKinds();
+
+// The journal's kind of a request of this kind and parameters.
+std::string journalKind(const RequestKind& kind, const std::vector<std::string>& parameters);
+// How a request of the journal's kind may fiscalise.
+Fiscal fiscalOf(const std::string& journalKind);
+
+}  // namespace server
+
+#endif
