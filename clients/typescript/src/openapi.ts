@@ -30,6 +30,15 @@ export interface paths {
                         "application/json": components["schemas"]["Health"];
                     };
                 };
+                /** @description the journal cannot be written: no change is sent */
+                503: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Health"];
+                    };
+                };
             };
         };
         put?: never;
@@ -330,6 +339,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -351,7 +361,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["ReceiptCommitted"];
+                        "application/json": components["schemas"]["ReceiptCommitted"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
@@ -408,7 +418,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -439,6 +459,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -462,7 +483,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["ShiftOpened"];
+                        "application/json": components["schemas"]["ShiftOpened"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
@@ -519,7 +540,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -550,6 +581,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -567,7 +599,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Report"];
+                        "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -615,7 +656,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -655,6 +706,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -672,7 +724,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Report"];
+                        "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
@@ -729,7 +781,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -760,6 +822,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -781,7 +844,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Cash"];
+                        "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
@@ -838,7 +901,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -869,6 +942,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -890,7 +964,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Cash"];
+                        "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
@@ -947,7 +1021,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -978,6 +1062,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -999,7 +1084,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["TextPrinted"];
+                        "application/json": components["schemas"]["TextPrinted"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -1047,7 +1141,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -1087,6 +1191,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -1104,7 +1209,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Done"];
+                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -1152,7 +1266,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -1236,6 +1360,16 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
                 /** @description the register stayed offline until the deadline */
                 503: {
                     headers: {
@@ -1261,6 +1395,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -1282,7 +1417,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Done"];
+                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -1330,7 +1474,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -1413,6 +1567,16 @@ export interface paths {
                 /** @description refused by the register */
                 422: {
                     headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
                         [name: string]: unknown;
                     };
                     content: {
@@ -1505,6 +1669,16 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
                 /** @description the register stayed offline until the deadline */
                 503: {
                     headers: {
@@ -1546,6 +1720,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -1567,7 +1742,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Done"];
+                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -1615,7 +1799,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -1641,6 +1835,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -1658,7 +1853,16 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["Done"];
+                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                    };
+                };
+                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+                202: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Pending"];
                     };
                 };
                 /** @description bad input, naming the field; nothing was sent */
@@ -1706,7 +1910,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -1954,6 +2168,103 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/requests/{key}/settle": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * A person settles an ambiguous request: what the register shows (the electronic journal, the paper) decides
+         * @description For a request that the server cannot settle: another register at the address, or a document past the witness that is not the request's. Recorded in the journal as a step settled-by-hand with its time; the register then takes changes again once nothing else is unsettled.
+         */
+        post: {
+            parameters: {
+                query?: never;
+                header?: never;
+                path: {
+                    key: string;
+                };
+                cookie?: never;
+            };
+            requestBody: {
+                content: {
+                    "application/json": {
+                        /** @constant */
+                        state: "committed";
+                        document: number;
+                    } | {
+                        /** @constant */
+                        state: "not-committed";
+                    };
+                };
+            };
+            responses: {
+                /** @description settled: the request as it now stands */
+                200: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["RequestDetail"];
+                    };
+                };
+                /** @description bad input, naming the field */
+                400: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description missing or wrong token */
+                401: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description no such key */
+                404: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description the request is not ambiguous */
+                409: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description journal-unavailable: the journal cannot be written */
+                503: {
+                    headers: {
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+            };
+        };
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/events": {
         parameters: {
             query?: never;
@@ -2018,6 +2329,7 @@ export interface paths {
             parameters: {
                 query?: never;
                 header: {
+                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
                     "Idempotency-Key": components["parameters"]["IdempotencyKey"];
                     /** @description how long the request may wait for an offline register before it fails with 503, not sent */
                     "X-Deadline-Ms"?: components["parameters"]["Deadline"];
@@ -2040,7 +2352,7 @@ export interface paths {
                         [name: string]: unknown;
                     };
                     content: {
-                        "application/json": components["schemas"]["OperationCalled"];
+                        "application/json": components["schemas"]["OperationCalled"] | components["schemas"]["SettledByHand"];
                     };
                 };
                 /** @description ambiguous: settled later */
@@ -2097,7 +2409,17 @@ export interface paths {
                         "application/json": components["schemas"]["Error"];
                     };
                 };
-                /** @description offline until the deadline, or settled as not committed */
+                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+                429: {
+                    headers: {
+                        "Retry-After"?: number;
+                        [name: string]: unknown;
+                    };
+                    content: {
+                        "application/json": components["schemas"]["Error"];
+                    };
+                };
+                /** @description offline until the deadline, or settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
                 503: {
                     headers: {
                         [name: string]: unknown;
@@ -2179,16 +2501,39 @@ export interface components {
                 field: string | null;
                 operation?: string;
                 line?: number;
+                /**
+                 * @description journal-unavailable: the journal cannot be written, and nothing is sent to a register until it can (503); queue-full: too many requests wait for the register (429, with Retry-After)
+                 * @enum {unknown}
+                 */
+                reason?: "journal-unavailable" | "queue-full";
             };
             /** @enum {unknown} */
             state?: "refused" | "not-sent" | "not-committed" | "no-reply";
         };
         Health: {
-            /** @constant */
-            status: "ok";
+            /**
+             * @description unavailable (503): the journal cannot be written, and no change is sent; attention: a register takes no change until a request is settled (replaced, needs-a-person), or requests of a register no longer configured are in flight
+             * @enum {unknown}
+             */
+            status: "ok" | "attention" | "unavailable";
             version: string;
             /** @description whether every other route needs Authorization: Bearer TOKEN */
             token_required: boolean;
+            journal: {
+                writable: boolean;
+                /** @description why it cannot be written: disk full, I/O error, deleted or replaced (these two need a restart) */
+                cause?: string;
+            };
+            /** @description the registers that take no change now, by id */
+            registers: {
+                [key: string]: components["schemas"]["Changes"];
+            };
+            /** @description requests in flight of registers that are no longer configured: settled when their register is configured again, or by hand */
+            unconfigured: {
+                device: string;
+                key: string;
+                state: string;
+            }[];
         };
         Link: {
             /** @enum {unknown} */
@@ -2240,6 +2585,9 @@ export interface components {
                 at: string;
                 age_ms: number;
             };
+            /** @description as read when the link was opened */
+            identity: null | components["schemas"]["Identity"];
+            changes: components["schemas"]["Changes"];
         };
         Adjustment: {
             sum?: number;
@@ -2313,6 +2661,8 @@ export interface components {
             cash: number;
             cash_in: number;
             cash_out: number;
+            /** @description the cash document's number, when the request was settled from the register */
+            document?: number;
         };
         CashRequest: {
             amount: number;
@@ -2392,7 +2742,7 @@ export interface components {
         RequestDetail: {
             body: unknown;
             steps: components["schemas"]["Step"][];
-            /** @description the register's counters before the first step that may fiscalise */
+            /** @description written with the step sent, before the register is touched: the register's identity (device_number, fiscal_drive) and the counters that the request's kind moves (fiscal_document; for cash in and out document, cash_in and cash_out) */
             witness: unknown;
         } & components["schemas"]["RequestSummaryOpen"];
         RequestList: {
@@ -2444,6 +2794,8 @@ export interface components {
                 command: string;
                 meaning: string;
                 parameters: components["schemas"]["Parameter"][];
+                /** @description whether it may leave a fiscal document or move the shift's cash sums: a call is witnessed and, when its reply is lost, settled */
+                may_fiscalise: boolean;
             }[];
         };
         /**
@@ -2533,10 +2885,35 @@ export interface components {
          *     - 0: No attribute: the field is sent empty.
          */
         SettlementMethod: number;
+        /** @description which register this is, as it reports itself: its device number and its fiscal drive's number */
+        Identity: {
+            device_number: string;
+            fiscal_drive: string;
+        };
+        Changes: {
+            /**
+             * @description open: the register takes changes; otherwise it takes none until the requests in unsettled are settled: settling (from the register, tried again with a back-off), replaced (another register is at its address: settled when the original answers again, or by hand), needs-a-person (another document past the witness, or an operation by name: POST /requests/{key}/settle), journal-unavailable
+             * @enum {unknown}
+             */
+            state: "open" | "settling" | "replaced" | "needs-a-person" | "journal-unavailable";
+            /** @description keys of the requests in sent or ambiguous */
+            unsettled: string[];
+            expected?: components["schemas"]["Identity"];
+            found?: components["schemas"]["Identity"];
+        };
+        /** @description a request that a person settled as committed (POST /requests/{key}/settle) */
+        SettledByHand: {
+            /** @constant */
+            state: "committed";
+            document: number;
+            /** @constant */
+            settled: "by-hand";
+        };
     };
     responses: never;
     parameters: {
         DeviceId: string;
+        /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
         IdempotencyKey: string;
         /** @description how long the request may wait for an offline register before it fails with 503, not sent */
         Deadline: number;
