@@ -24,6 +24,13 @@ export type { components, paths } from "./openapi.js";
 type Schemas = components["schemas"];
 export type ReceiptRequest = Schemas["ReceiptRequest"];
 export type ReceiptCommitted = Schemas["ReceiptCommitted"];
+/** A receipt whose outcome a person settled by hand: only its fiscal document is known. */
+export type SettledByHand = Schemas["SettledByHand"];
+
+/** Whether a committed answer is a settlement by hand rather than the printed receipt's figures. */
+export function settledByHand(answer: ReceiptCommitted | SettledByHand): answer is SettledByHand {
+    return "settled" in answer;
+}
 export type Pending = Schemas["Pending"];
 export type ErrorBody = Schemas["Error"];
 
@@ -154,11 +161,11 @@ export class VerdaClient {
     }
 
     /**
-     * Rings up a whole receipt on the client's register and resolves to it once committed;
-     * rejects with a VerdaError subclass when the answer is final and not committed, or with
+     * Rings up a whole receipt on the client's register and resolves to it once committed
+     * (or, for a key whose outcome a person settled by hand, to that settlement); rejects with a VerdaError subclass when the answer is final and not committed, or with
      * the signal's reason when given up.
      */
-    async sell(receipt: ReceiptRequest, options: SellOptions): Promise<ReceiptCommitted> {
+    async sell(receipt: ReceiptRequest, options: SellOptions): Promise<ReceiptCommitted | SettledByHand> {
         const timeout = options.attemptTimeoutMs ?? 35000;
         const most = options.maxDelayMs ?? 5000;
         let delay = options.retryDelayMs ?? 200;
