@@ -2,7 +2,6 @@
 // registers answer. Both only read: doctor through DiagnosticInfo and the
 // status reads of common/FiscalHealth.h, discover through DiagnosticInfo
 // alone; neither prints on the register's paper or changes anything there.
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <glob.h>
 #include <netdb.h>
@@ -10,8 +9,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <functional>
@@ -84,10 +83,12 @@ class Doctor {
   private:
     void linkFailed(const std::string& why);
     void examine(verda_device* d);
-    // The line of a part read by operation: text when it was read, else its
-    // refusal or "not read".
-    void part(const char* name, const char* operation, bool read, const std::string& verdict,
-              const std::string& text);
+    void add(const char* name, const std::string& verdict, const std::string& text) {
+        checks_.push_back({name, verdict, text});
+    }
+    // The line of a check whose read (operation) failed: the register's
+    // refusal and its text, or the link lost.
+    void unread(const char* name, const char* operation);
     // The verdict of the reasons (codes) that belong to one check, and their texts.
     std::pair<std::string, std::string> judged(std::initializer_list<const char*> codes) const;
     std::string overall() const;
@@ -96,7 +97,6 @@ class Doctor {
     Session& session_;
     std::vector<Check> checks_;
     Identity identity_;
-    bool identified_ = false;
     bool lost_ = false;
     health::Health health_;
     health::Verdict verdict_;
@@ -117,8 +117,7 @@ void Doctor::run(bool asJson) {
     }
     if (d != nullptr) {
         identity_ = identify(d);
-        identified_ = identity_.result != VERDA_EXCHANGE_FAILED;
-        if (identified_)
+        if (identity_.result != VERDA_EXCHANGE_FAILED)
             examine(d);
         else
             linkFailed("the register does not answer on " + where(session_.global()));
@@ -151,20 +150,13 @@ std::pair<std::string, std::string> Doctor::judged(std::initializer_list<const c
     return {health::levelName(level), texts};
 }
 
-void Doctor::part(const char* name, const char* operation, bool read, const std::string& verdict,
-                  const std::string& text) {
-    if (read) {
-        checks_.push_back({name, verdict, text});
-        return;
-    }
+void Doctor::unread(const char* name, const char* operation) {
     for (const health::Failure& f : health_.failures)
-        if (f.operation == operation && f.code != VERDA_EXCHANGE_FAILED) {
-            checks_.push_back({name, "attention",
-                               std::string(operation) + " refused: error " +
-                                   std::to_string(f.code) + ": " + session_.explain(f.code)});
-            return;
-        }
-    checks_.push_back({name, "unknown", "not read: the register stopped answering"});
+        if (f.operation == operation && f.code != VERDA_EXCHANGE_FAILED)
+            return add(name, "attention",
+                       std::string(operation) + " refused: error " + std::to_string(f.code) + ": " +
+                           session_.explain(f.code));
+    add(name, "unknown", "not read: the register stopped answering");
 }
 
 void Doctor::examine(verda_device* d) {
@@ -176,31 +168,29 @@ void Doctor::examine(verda_device* d) {
     lost_ = health_.linkLost;
     const health::Health& h = health_;
 
-    checks_.push_back({"link", lost_ ? "blocked" : "ok",
-                       (lost_ ? "the register stopped answering on " : "the register answers on ") +
-                           where(session_.global())});
+    add("link", lost_ ? "blocked" : "ok",
+        (lost_ ? "the register stopped answering on " : "the register answers on ") +
+            where(session_.global()));
     if (identity_.result == 0)
-        checks_.push_back({"register", "ok",
-                           identity_.model + ", firmware " + identity_.firmware +
-                               ", device number " + identity_.deviceNumber});
+        add("register", "ok",
+            identity_.model + ", firmware " + identity_.firmware + ", device number " +
+                identity_.deviceNumber);
     else
-        checks_.push_back({"register", "attention",
-                           "DiagnosticInfo refused: error " + std::to_string(identity_.result) +
-                               ": " + session_.explain(identity_.result)});
+        add("register", "attention",
+            "DiagnosticInfo refused: error " + std::to_string(identity_.result) + ": " +
+                session_.explain(identity_.result));
 
     if (h.clock) {
         const Seconds ahead = *h.clock - health::localOf(h.readAt);
         const std::string against =
             ahead == 0 ? "the same as this computer's"
                        : span(ahead) + (ahead > 0 ? " ahead of" : " behind") + " this computer";
-        part("clock", "GetDateTime", true,
-             ahead > kClockTolerance || -ahead > kClockTolerance ? "attention" : "ok",
-             health::registerTimeText(*h.clock) + ", " + against);
+        add("clock", ahead > kClockTolerance || -ahead > kClockTolerance ? "attention" : "ok",
+            health::registerTimeText(*h.clock) + ", " + against);
     } else if (reading.clock.ok()) {
-        part("clock", "GetDateTime", true, "attention",
-             "does not read as a time: " + shown(reading.clock.fields));
+        add("clock", "attention", "does not read as a time: " + shown(reading.clock.fields));
     } else {
-        part("clock", "GetDateTime", false, "", "");
+        unread("clock", "GetDateTime");
     }
 
     if (h.shift) {
@@ -211,29 +201,29 @@ void Doctor::examine(verda_device* d) {
                    (h.shift->openedAt ? " since " + health::registerTimeText(*h.shift->openedAt)
                                       : std::string()) +
                    ", for " + span(h.shift->age) + j.second;
-        part("shift", "GetStatusShift", true, j.first, text);
+        add("shift", j.first, text);
     } else {
-        part("shift", "GetStatusShift", false, "", "");
+        unread("shift", "GetStatusShift");
     }
 
     if (h.drive) {
         const health::Drive& f = *h.drive;
-        part("fiscal drive", "GetStateFN", true, "ok",
-             shown(f.number) + ", " + f.phase.text + " (phase " + shown(f.phaseValue) + "), " +
-                 shown(f.registrationsLeft) + " registrations left");
+        add("fiscal drive", "ok",
+            shown(f.number) + ", " + f.phase.text + " (phase " + shown(f.phaseValue) + "), " +
+                shown(f.registrationsLeft) + " registrations left");
         if (f.deadline) {
             const auto j = judged({"drive-expired", "drive-deadline-near"});
             const Seconds left = *f.deadline + health::kDay - h.registerNow(now);
-            part("drive deadline", "GetStateFN", true, j.first,
-                 "valid through " + health::registerDateText(*f.deadline) +
-                     (left > 0 ? ", " + span(left) + " left" : ", expired") + j.second);
+            add("drive deadline", j.first,
+                "valid through " + health::registerDateText(*f.deadline) +
+                    (left > 0 ? ", " + span(left) + " left" : ", expired") + j.second);
         } else {
-            part("drive deadline", "GetStateFN", true, "attention",
-                 "does not read as a date: " + shown(f.deadlineValue));
+            add("drive deadline", "attention",
+                "does not read as a date: " + shown(f.deadlineValue));
         }
     } else {
-        part("fiscal drive", "GetStateFN", false, "", "");
-        part("drive deadline", "GetStateFN", false, "", "");
+        unread("fiscal drive", "GetStateFN");
+        unread("drive deadline", "GetStateFN");
     }
 
     if (h.queue) {
@@ -248,9 +238,9 @@ void Doctor::examine(verda_device* d) {
                              : "of " + shown(q.oldestValue);
             text += j.second;
         }
-        part("unsent", "GetOFDandFNStatus", true, j.first, text);
+        add("unsent", j.first, text);
     } else {
-        part("unsent", "GetOFDandFNStatus", false, "", "");
+        unread("unsent", "GetOFDandFNStatus");
     }
 
     if (h.drive) {
@@ -260,9 +250,9 @@ void Doctor::examine(verda_device* d) {
             text = shown(h.drive->flagsValue);
             for (const health::Meaning& m : h.drive->warnings) text += "; " + m.text;
         }
-        part("warnings", "GetStateFN", true, j.first, text);
+        add("warnings", j.first, text);
     } else {
-        part("warnings", "GetStateFN", false, "", "");
+        unread("warnings", "GetStateFN");
     }
 }
 
@@ -284,7 +274,7 @@ void Doctor::show(bool asJson) const {
         json out = health::toJson(verdict_);
         out["verdict"] = verdict;
         out["checks"] = checks;
-        out["register"] = identified_ && identity_.result == 0
+        out["register"] = examined_ && identity_.result == 0
                               ? json{{"model", identity_.model},
                                      {"firmware", identity_.firmware},
                                      {"device_number", identity_.deviceNumber}}
