@@ -213,7 +213,7 @@ void Doctor::examine(verda_device* d) {
                 shown(f.registrationsLeft) + " registrations left");
         if (f.deadline) {
             const auto j = judged({"drive-expired", "drive-deadline-near"});
-            const Seconds left = *f.deadline + health::kDay - h.registerNow(now);
+            const Seconds left = *f.validityEnds() - h.registerNow(now);
             add("drive deadline", j.first,
                 "valid through " + health::registerDateText(*f.deadline) +
                     (left > 0 ? ", " + span(left) + " left" : ", expired") + j.second);

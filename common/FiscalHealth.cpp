@@ -382,8 +382,7 @@ Verdict judge(const Health& h, Seconds now, const Given& given) {
             found.push_back("shift-near-24h");
     }
     if (h.drive && h.drive->deadline) {
-        // Valid through the day of its deadline.
-        const Seconds ends = *h.drive->deadline + kDay;
+        const Seconds ends = *h.drive->validityEnds();
         if (at >= ends)
             found.push_back("drive-expired");
         else if (ends - at <= kDeadlineWarning)

@@ -123,7 +123,11 @@ struct Drive {
     std::optional<unsigned> flags;    // when it reads as a number
     std::vector<Meaning> warnings;    // a meaning for each flag set
     std::string deadlineValue;        // as sent, "DD.MM.YYYY"
-    std::optional<Seconds> deadline;  // register time: 00:00 of that date
+    std::optional<Seconds> deadline;  // register time: 00:00 of its last valid day
+    // When its validity ends: the end of that day (register time).
+    std::optional<Seconds> validityEnds() const {
+        return deadline ? std::optional<Seconds>(*deadline + kDay) : std::nullopt;
+    }
     std::string registrationsLeft;
     int lastDocument = 0;
 };

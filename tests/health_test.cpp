@@ -373,37 +373,19 @@ TEST(HealthJudge, WithoutTheClockTheHostsTimeStandsIn) {
     EXPECT_FALSE(judge(h, h.readAt - 2).has("drive-expired"));
 }
 
-// Every reason has its level and text, and the JSON of a verdict names them.
-TEST(HealthJudge, ReasonsAreKnownByTheirCodes) {
-    const struct {
-        const char* code;
-        Level level;
-    } known[] = {{"shift-over-24h", Level::Blocked},
-                 {"shift-near-24h", Level::Attention},
-                 {"drive-deadline-near", Level::Attention},
-                 {"drive-expired", Level::Blocked},
-                 {"unsent-old", Level::Attention},
-                 {"drive-warnings", Level::Attention},
-                 {"link-down", Level::Blocked},
-                 {"register-replaced", Level::Blocked},
-                 {"journal-unavailable", Level::Blocked}};
-    for (const auto& k : known) {
-        EXPECT_EQ(reason(k.code).code, k.code);
-        EXPECT_EQ(reason(k.code).level, k.level) << k.code;
-        EXPECT_FALSE(reason(k.code).text.empty()) << k.code;
-    }
-    EXPECT_EQ(reason("no-such-reason").code, "");
-    EXPECT_NE(reason("shift-near-24h").text.find("within an hour"), std::string::npos);
-    EXPECT_NE(reason("unsent-old").text.find("5 days"), std::string::npos);
-
-    Verdict v;
-    v.level = Level::Attention;
-    v.reasons = {reason("unsent-old")};
-    const nlohmann::json j = toJson(v);
+// A verdict in JSON, as the tool and the server give it.
+TEST(HealthJudge, VerdictInJson) {
+    Health h = healthy();
+    h.queue = waiting(2, "01.05.2026 00:00:00");
+    const nlohmann::json j = toJson(judge(h, h.readAt));
     EXPECT_EQ(j["verdict"], "attention");
+    ASSERT_EQ(j["reasons"].size(), 1u);
     EXPECT_EQ(j["reasons"][0]["code"], "unsent-old");
     EXPECT_EQ(j["reasons"][0]["verdict"], "attention");
-    EXPECT_EQ(toJson(Verdict())["reasons"], nlohmann::json::array());
+    EXPECT_EQ(j["reasons"][0]["text"], reason("unsent-old").text);
+    EXPECT_EQ(toJson(judge(healthy(), healthy().readAt)),
+              nlohmann::json({{"verdict", "ok"}, {"reasons", nlohmann::json::array()}}));
+    EXPECT_EQ(reason("no-such-reason").code, "");
 }
 
 }  // namespace
