@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <csignal>
 #include <ctime>
 #include <map>
@@ -324,7 +326,8 @@ TEST_F(CliHealth, DiscoverFindsRegistersAndNamesSilentPlaces) {
         contains(silent.err, "verda: " + silentPty.path() + ": nothing answers at 115200 baud\n"))
         << silent.err;
     EXPECT_TRUE(contains(silent.err, "verda: " + silentAddress + ": nothing answers\n"));
-    EXPECT_TRUE(contains(silent.err, "verda: " + dead + ": Connection refused\n"));
+    const std::string refused = std::strerror(ECONNREFUSED);
+    EXPECT_TRUE(contains(silent.err, "verda: " + dead + ": " + refused + "\n"));
     // Nothing but DiagnosticInfo reached a register.
     for (ScriptedDevice* device : {&silentPty, &silentTcp}) {
         const std::vector<Request> requests = device->requests();
@@ -335,7 +338,7 @@ TEST_F(CliHealth, DiscoverFindsRegistersAndNamesSilentPlaces) {
     const CliResult none = verda({"discover", "--tcp", dead});
     EXPECT_EQ(none.code, 1);
     EXPECT_EQ(none.out, "");
-    EXPECT_EQ(none.err, "verda: " + dead + ": Connection refused\nverda: no register found\n");
+    EXPECT_EQ(none.err, "verda: " + dead + ": " + refused + "\nverda: no register found\n");
 }
 
 }  // namespace
