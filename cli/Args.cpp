@@ -7,25 +7,13 @@
 
 namespace cli {
 
-namespace {
-
-const int kBaudRates[] = {1200, 1800, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
-
-}  // namespace
-
 Global checkGlobal(const GlobalText& typed) {
     Global g;
     g.verbose = typed.verbose;
     if (typed.serialGiven && typed.serial.empty()) throw UsageError("--serial needs a value");
     if (typed.tcpGiven && typed.tcp.empty()) throw UsageError("--tcp needs a value");
     g.serial = typed.serial;
-    if (!typed.tcp.empty()) {
-        const size_t colon = typed.tcp.rfind(':');
-        if (colon == std::string::npos || colon == 0)
-            throw UsageError("--tcp wants HOST:PORT, not " + typed.tcp);
-        g.port = toInt(typed.tcp.substr(colon + 1), 1, 65535, "--tcp port");
-        g.host = typed.tcp.substr(0, colon);
-    }
+    if (!typed.tcp.empty()) g.port = hostPort(typed.tcp, g.host);
     if (!g.serial.empty() && !g.host.empty())
         throw UsageError("give either --serial or --tcp, not both");
     if (!typed.baud.empty()) {
@@ -44,6 +32,15 @@ Global checkGlobal(const GlobalText& typed) {
                           : toInt(typed.timeout, 100, 25500, "--timeout on a serial line");
     }
     return g;
+}
+
+int hostPort(const std::string& text, std::string& host) {
+    const size_t colon = text.rfind(':');
+    if (colon == std::string::npos || colon == 0)
+        throw UsageError("--tcp wants HOST:PORT, not " + text);
+    const int port = toInt(text.substr(colon + 1), 1, 65535, "--tcp port");
+    host = text.substr(0, colon);
+    return port;
 }
 
 int toInt(const std::string& text, int low, int high, const std::string& what) {

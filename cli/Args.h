@@ -15,6 +15,9 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The speeds the driver can set a serial line to.
+inline constexpr int kBaudRates[] = {1200, 1800, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
+
 // The global options, before the command.
 struct Global {
     std::string serial;    // --serial PATH
@@ -37,6 +40,8 @@ struct GlobalText {
 // Checks the global options. Throws UsageError.
 Global checkGlobal(const GlobalText& typed);
 
+// The HOST:PORT of --tcp: the port, and the host as given into host.
+int hostPort(const std::string& text, std::string& host);
 // A whole decimal number from low to high; what names it in a message.
 int toInt(const std::string& text, int low, int high, const std::string& what);
 // A non-negative decimal amount with at most `decimals` places, "." or ","

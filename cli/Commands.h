@@ -56,6 +56,7 @@ void addReportCommands(Commands& commands);   // x-report, z-report, journal
 void addArticleCommands(Commands& commands);  // article
 void addTextCommands(Commands& commands);     // text
 void addLogCommands(Commands& commands);      // log
+void addHealthCommands(Commands& commands);   // doctor, discover
 
 }  // namespace cli
 

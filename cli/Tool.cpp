@@ -148,6 +148,7 @@ int run(const std::vector<std::string>& args, Environment& env) {
     addArticleCommands(commands);
     addTextCommands(commands);
     addLogCommands(commands);
+    addHealthCommands(commands);
     addHelpCommand(commands, app);
     // Added after the commands, so that it is the tool's alone.
     app.set_help_all_flag("--help-all", "this text and the help of every command");

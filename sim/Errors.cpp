@@ -30,6 +30,7 @@ const int kKnown[] = {
     err::kShiftOpen,
     err::kShiftClosed,
     err::kWrongParameters,
+    err::kDriveExpired,
     err::kNoArticle,
     err::kTaxForbidden,
     err::kDepartmentRange,

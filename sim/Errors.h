@@ -30,6 +30,7 @@ const int kFiscalized = 110105;
 const int kShiftOpen = 110108;
 const int kShiftClosed = 110109;
 const int kWrongParameters = 110301;
+const int kDriveExpired = 110905;
 const int kNoArticle = 111004;
 const int kTaxForbidden = 111005;
 const int kDepartmentRange = 111009;

@@ -332,9 +332,12 @@ void Register::DateOfLastEntryByFiscalMemory(const Args&, Reply& out) {
 
 // Command 0x47: selector "0" prints the diagnostic report; every selector is
 // answered with the drive's state: version, number, phase ("3" fiscal mode,
-// "1" ready for fiscalization), shift open, warning flags, end of validity,
-// registrations left, shift number, receipts in the shift, last fiscal
-// document, first document not yet sent (0 for none).
+// "1" ready for fiscalization), shift open, warning flags (a number, as
+// --fn-warnings set them: 1 replace within 3 days, 2 validity ends within 30
+// days, 4 memory 90 % full, 8 the data operator overdue, 128 critical
+// error), last valid day, registrations left, shift number, receipts in the
+// shift, last fiscal document, first document not yet sent (0 for none).
+// common/FiscalHealth.cpp reads phases and flags in these meanings.
 void Register::StateFN(const Args& in, Reply& out) {
     in.expect(1, 1);
     if (in.byte(0) == '0') {
@@ -351,8 +354,8 @@ void Register::StateFN(const Args& in, Reply& out) {
         registrations += r.type == 'F' || r.type == 'G';
     out << std::string("FN-1.1M") << identity_.fnNumber
         << std::string(state_.fiscalized ? "3" : "1") << std::string(state_.shiftOpen ? "1" : "0")
-        << std::string(state_.unsent.empty() ? "0" : "8") << std::string("15.03.2029")
-        << kRegistrations - registrations << state_.shift << state_.receiptsInShift << state_.fds
+        << identity_.fnWarnings << identity_.fnDeadline << kRegistrations - registrations
+        << state_.shift << state_.receiptsInShift << state_.fds
         << (state_.unsent.empty() ? 0 : state_.unsent.front().fd);
 }
 

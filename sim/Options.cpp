@@ -1,5 +1,7 @@
 #include "sim/Options.h"
 
+#include <cstring>
+
 #include "wire/RegisterText.h"
 #include "common/Help.h"
 #include "sim/Formats.h"
@@ -49,7 +51,7 @@ const int kRateCount = sizeof kRates / sizeof kRates[0];
 struct Typed {
     bool pty = false;
     std::string tcp, model = kDefaultModel, firmware, columns, baud, seed, delayMs, hangUpAfter,
-                     hangUpMs, clock;
+                     hangUpMs, clock, shiftOpened, fnDeadline, fnWarnings, unsent, unsentSince;
     std::string rates[kRateCount];
 };
 
@@ -90,7 +92,27 @@ void declare(CLI::App& app, Options& o, Typed& t) {
          "the clock stands at TIME, \"DD.MM.YYYY HH:MM:SS\", so\n"
          "that a run gives the same bytes each time;\n"
          "SetDateTime moves it (not with --state)");
-    text("--baud", t.baud, "N", "pace replies as on an 8N1 line at N bit/s");
+    text("--shift-opened", t.shiftOpened, "WHEN",
+         "a shift is open since WHEN (opened, without its\n"
+         "document, if none is): past 24 hours the register\n"
+         "refuses to sell");
+    text("--fn-deadline", t.fnDeadline, "WHEN",
+         "the fiscal drive's last valid day (default\n"
+         "15.03.2029); after it no shift or receipt opens");
+    text("--fn-warnings", t.fnWarnings, "N",
+         "the drive's warning flags, 0 to 255: 1 replace\n"
+         "within 3 days, 2 validity ends within 30 days,\n"
+         "4 memory 90 % full, 8 the data operator overdue,\n"
+         "128 critical error");
+    text("--ofd-unsent", t.unsent, "N",
+         "N documents wait for the data operator (the last\n"
+         "N fiscal documents); implies --ofd-offline");
+    text("--ofd-unsent-since", t.unsentSince, "WHEN",
+         "with --ofd-unsent: the oldest of them since WHEN\n"
+         "(default: the clock at the start)");
+    text("--baud", t.baud, "N",
+         "pace replies as on an 8N1 line at N bit/s; on a\n"
+         "pty, a request sent at another speed is not heard");
     text("--seed", t.seed, "N", "seed of the fault generator (default 1)");
     for (int i = 0; i < kRateCount; ++i)
         text(kRates[i].name, t.rates[i], "P",
@@ -142,6 +164,37 @@ bool hangUpAfter(const std::string& text, HangUp& hangUp) {
             return true;
         }
     return false;
+}
+
+// WHEN: "DD.MM.YYYY HH:MM:SS", "DD.MM.YYYY" (the start of the day), or a
+// signed offset from the register's clock at the start, in days, hours,
+// minutes and seconds: "-25h", "+20d", "-1d2h30m". With past, not after the
+// clock; with day, a date or an offset.
+bool when(const std::string& text, When& w, bool past, bool day) {
+    if (!text.empty() && (text[0] == '+' || text[0] == '-')) {
+        if (past && text[0] == '+') return false;
+        long long total = 0;
+        size_t i = 1;
+        while (i < text.size()) {
+            size_t end = i;
+            while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+            if (end == i || end - i > 5 || end == text.size()) return false;
+            const char* units = "dhms";
+            const long long sizes[] = {24 * 3600, 3600, 60, 1};
+            const char* unit = std::strchr(units, text[end]);
+            if (unit == nullptr || *unit == 0) return false;
+            total += std::stoll(text.substr(i, end - i)) * sizes[unit - units];
+            i = end + 1;
+        }
+        if (i == 1) return false;
+        w.given = w.relative = true;
+        w.seconds = text[0] == '-' ? -total : total;
+        return true;
+    }
+    bool dateOnly = false;
+    if (!parseTime(text, false, w.seconds, dateOnly) || (day && !dateOnly)) return false;
+    w.given = true;
+    return true;
 }
 
 }  // namespace
@@ -227,6 +280,27 @@ bool parseOptions(const std::vector<std::string>& args, Options& o, std::string&
     if (app.count("--hang-up-ms") != 0) {
         if (!number(t.hangUpMs, 0, 600000, n)) return bad("--hang-up-ms", t.hangUpMs);
         o.hangUp.ms = static_cast<int>(n);
+    }
+    if (app.count("--shift-opened") != 0 && !when(t.shiftOpened, o.shiftOpened, true, false))
+        return bad("--shift-opened", t.shiftOpened);
+    if (app.count("--fn-deadline") != 0 && !when(t.fnDeadline, o.fnDeadline, false, true))
+        return bad("--fn-deadline", t.fnDeadline);
+    if (app.count("--fn-warnings") != 0) {
+        if (!number(t.fnWarnings, 0, 255, n)) return bad("--fn-warnings", t.fnWarnings);
+        o.identity.fnWarnings = static_cast<int>(n);
+    }
+    if (app.count("--ofd-unsent") != 0) {
+        if (!number(t.unsent, 0, 10000, n)) return bad("--ofd-unsent", t.unsent);
+        o.unsent = static_cast<int>(n);
+        o.identity.ofdOnline = false;  // else the queue would be sent at once
+    }
+    if (app.count("--ofd-unsent-since") != 0) {
+        if (o.unsent < 0) {
+            error = "--ofd-unsent-since goes with --ofd-unsent";
+            return false;
+        }
+        if (!when(t.unsentSince, o.unsentSince, true, false))
+            return bad("--ofd-unsent-since", t.unsentSince);
     }
     for (int i = 0; i < kRateCount; ++i)
         if (app.count(kRates[i].name) != 0 && !rate(t.rates[i], o.faults.*kRates[i].rate))

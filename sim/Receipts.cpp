@@ -69,6 +69,7 @@ void Register::OpenFiscalInv(const Args& in, Reply& out) {
     if (type == 4) return OpenShift(out);
     if (!state_.fiscalized) throw Refusal{err::kNotFiscalized};
     requireShiftOpen();
+    requireDriveValid();
     if (type < 0 || type > kCorrectionPurchase) throw Refusal{err::kReceiptType};
 
     Lines doc = documentHeader(dev("КАССОВЫЙ ЧЕК"));
@@ -96,6 +97,7 @@ void Register::OpenFiscalInv(const Args& in, Reply& out) {
 void Register::OpenShift(Reply& out) {
     if (!state_.fiscalized) throw Refusal{err::kNotFiscalized};
     if (state_.shiftOpen) throw Refusal{err::kShiftOpen};
+    requireDriveValid();
     ++state_.shift;
     state_.shiftOpen = true;
     state_.shiftOpenedAt = now();

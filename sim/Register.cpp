@@ -171,12 +171,12 @@ std::string Register::status() const {
 
 // --- Shared steps ------------------------------------------------------------------
 
-long long Register::hostTime() const {
-    return identity_.clockStands ? 0 : static_cast<long long>(std::time(nullptr));
+long long Register::hostTime(const Identity& identity) {
+    return identity.clockStands ? 0 : static_cast<long long>(std::time(nullptr));
 }
 
-long long Register::now() const {
-    return hostTime() + state_.clockOffset;
+long long Register::clock(const Identity& identity, const State& state) {
+    return hostTime(identity) + state.clockOffset;
 }
 
 std::string Register::timeText(long long time) const {
@@ -262,6 +262,15 @@ void Register::requireNoDocument() const {
 void Register::requireShiftOpen() const {
     if (!state_.shiftOpen) throw Refusal{err::kShiftClosed};
     if (now() - state_.shiftOpenedAt > 24 * 3600) throw Refusal{err::kShiftOver24h};
+}
+
+// The drive makes fiscal documents through the last day of its validity; a
+// Z report still closes the shift after it.
+void Register::requireDriveValid() const {
+    long long lastDay = 0;
+    bool dateOnly = false;
+    if (parseTime(identity_.fnDeadline, true, lastDay, dateOnly) && now() > lastDay)
+        throw Refusal{err::kDriveExpired};
 }
 
 void Register::requireFiscalReceipt() const {

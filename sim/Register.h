@@ -63,8 +63,12 @@ class Register {
     // Whether the last command printed.
     bool printed() const { return printed_; }
     // Device time, seconds since the epoch.
-    long long now() const;
-    long long hostTime() const;  // what the clock runs by: the host's, or 0 when it stands
+    long long now() const { return clock(identity_, state_); }
+    // What the clock runs by: the host's time, or 0 when it stands.
+    long long hostTime() const { return hostTime(identity_); }
+    static long long hostTime(const Identity& identity);
+    // The time a register of this identity and state shows.
+    static long long clock(const Identity& identity, const State& state);
 
   private:
     typedef void (Register::*Handler)(const Args&, Reply&);
@@ -86,6 +90,7 @@ class Register {
     Lines documentHeader(const std::string& title) const;
     void requireNoDocument() const;
     void requireShiftOpen() const;
+    void requireDriveValid() const;
     void requireFiscalReceipt() const;
     void requireOperator(const Args& in, size_t number, size_t password) const;
     int taxGroup(char code) const;

@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -47,6 +49,7 @@ bool Simulator::start(std::string& error) {
         }
     }
     paper_.reset(new Paper(paperFile_));
+    if (!setConditions(error)) return false;
     device_.reset(new Register(options_.identity, state_, *paper_));
     faults_.reset(new Faults(options_.faults, options_.seed));
     // The memory is written before the paper shows what the command printed.
@@ -87,6 +90,62 @@ bool Simulator::load(std::string& error) {
         std::fprintf(stderr, "verda-sim: state file %s converted to JSON\n",
                      options_.stateFile.c_str());
     }
+    return true;
+}
+
+namespace {
+
+// A time the register's clock can show and its state file keep.
+bool showable(long long time) {
+    long long back = 0;
+    bool dateOnly = false;
+    return parseTime(formatTime(time), false, back, dateOnly) && back == time;
+}
+
+}  // namespace
+
+// The states the options put the register in, against its clock now. The
+// shift and the queue are its memory, kept in the state file; the drive's
+// deadline holds for this run, as its number does.
+bool Simulator::setConditions(std::string& error) {
+    const long long clock = Register::clock(options_.identity, state_);
+    auto refuse = [&error](const std::string& option, const std::string& why) {
+        error = option + ": " + why;
+        return false;
+    };
+    const std::string later = "later than the register's clock, " + formatTime(clock);
+    if (options_.fnDeadline.given) {
+        const long long day = options_.fnDeadline.at(clock);
+        if (!showable(day)) return refuse("--fn-deadline", "beyond the register's calendar");
+        options_.identity.fnDeadline = formatTime(day).substr(0, 10);
+    }
+    if (options_.shiftOpened.given) {
+        const long long opened = options_.shiftOpened.at(clock);
+        if (opened > clock) return refuse("--shift-opened", later);
+        if (!showable(opened)) return refuse("--shift-opened", "beyond the register's calendar");
+        if (!state_.fiscalized) return refuse("--shift-opened", "the register is not fiscalized");
+        // As if it had been opened then; its opening document is not made.
+        if (!state_.shiftOpen) {
+            ++state_.shift;
+            state_.shiftOpen = true;
+            state_.receiptsInShift = 0;
+        }
+        state_.shiftOpenedAt = opened;
+    }
+    if (options_.unsent >= 0) {
+        const long long since = options_.unsentSince.given ? options_.unsentSince.at(clock) : clock;
+        if (since > clock) return refuse("--ofd-unsent-since", later);
+        if (!showable(since)) return refuse("--ofd-unsent-since", "beyond the register's calendar");
+        // The last fiscal documents, spread from since to now; a drive with
+        // fewer is taken to have made them.
+        const int count = options_.unsent;
+        state_.fds = std::max(state_.fds, count);
+        state_.unsent.clear();
+        for (int i = 0; i < count; ++i)
+            state_.unsent.push_back(
+                Unsent{state_.fds - count + 1 + i, since + (clock - since) * i / count});
+    }
+    if (options_.shiftOpened.given || options_.unsent >= 0) persist();
     return true;
 }
 
@@ -159,6 +218,8 @@ bool Simulator::run(std::string& error) {
             const ssize_t got = read(fd_, bytes, sizeof bytes);
             if (got > 0 && std::chrono::steady_clock::now() < silentUntil) {
                 // --hang-up-after on a pty: what arrives meanwhile is lost
+            } else if (got > 0 && !sameSpeed()) {
+                // sent at another speed: on a real line, noise that nobody reads
             } else if (got > 0) {
                 lastBytes = std::chrono::steady_clock::now();
                 send(fd_, link_->receive(bytes, static_cast<size_t>(got)));
@@ -175,6 +236,26 @@ bool Simulator::run(std::string& error) {
             std::chrono::steady_clock::now() - lastBytes > std::chrono::milliseconds(kStaleMs))
             link_->dropPending();
     }
+}
+
+// On a pty with --baud, whether the driver set the line to that speed (the
+// terminal's settings are the slave's, which the driver changes). A speed
+// that has no setting of a terminal is not checked, nor is TCP.
+bool Simulator::sameSpeed() const {
+    static const struct {
+        long baud;
+        speed_t speed;
+    } kSpeeds[] = {{50, B50},         {75, B75},         {110, B110},       {134, B134},
+                   {150, B150},       {200, B200},       {300, B300},       {600, B600},
+                   {1200, B1200},     {1800, B1800},     {2400, B2400},     {4800, B4800},
+                   {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},
+                   {115200, B115200}, {230400, B230400}, {460800, B460800}, {921600, B921600}};
+    if (options_.baud <= 0 || slaveFd_ < 0) return true;
+    termios line;
+    if (tcgetattr(slaveFd_, &line) != 0) return true;
+    for (const auto& s : kSpeeds)
+        if (s.baud == options_.baud) return cfgetospeed(&line) == s.speed;
+    return true;
 }
 
 // Writes the chunks after their pauses; with --baud, each at the pace of the

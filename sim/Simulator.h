@@ -33,6 +33,8 @@ class Simulator {
 
   private:
     bool load(std::string& error);
+    bool setConditions(std::string& error);
+    bool sameSpeed() const;
     void persist();
     bool openPty(std::string& error);
     bool openTcp(std::string& error);

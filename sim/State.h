@@ -29,6 +29,11 @@ struct Identity {
     std::string software = "1.0.7";
     std::string deviceNumber = "0000000001";
     std::string fnNumber = "9999078900012345";
+    // The drive's last valid day, "DD.MM.YYYY" (--fn-deadline): after it the
+    // register makes no fiscal document.
+    std::string fnDeadline = "15.03.2029";
+    // The drive's warning flags (--fn-warnings), as GetStateFN reports them.
+    int fnWarnings = 0;
     int columns = 32;
     bool ofdOnline = true;  // the data operator takes one queued document per command
     // The clock stands (--clock): the register's time is State::clockOffset

@@ -172,6 +172,16 @@ TEST_F(CliTest, BadInputIsRefusedBeforeAnythingIsSent) {
         {{"--tcp", tcp, "journal", "doc", "x"}, "document number: not a number: x", "journal "},
         {{"--tcp", tcp, "text"}, "no lines", "text "},
         {{"--tcp", tcp, "error", "1e5"}, "result code: not a number: 1e5", "error "},
+        {{"doctor"}, "no register given: use --serial PATH or --tcp HOST:PORT", "doctor "},
+        {{"--tcp", tcp, "doctor", "now"}, "unexpected argument now", "doctor "},
+        {{"--tcp", tcp, "discover"},
+         "discover takes its ports after the command: discover --serial PATH",
+         "discover "},
+        {{"discover", "--tcp", "127.0.0.1"}, "--tcp wants HOST:PORT, not 127.0.0.1", "discover "},
+        {{"discover", "--serial", "/dev/null", "--baud", "300"},
+         "--baud: the port cannot run at 300",
+         "discover "},
+        {{"discover", "--baud", "fast"}, "--baud: not a number: fast", "discover "},
     };
     for (const auto& c : cases) {
         const CliResult result = verda(c.args);
@@ -187,9 +197,9 @@ TEST_F(CliTest, EveryCommandHasItsHelp) {
     const CliResult overview = verda({"--help"});
     EXPECT_EQ(overview.code, 0);
     EXPECT_NE(overview.out.find("Exit status:\n  0  success\n"), std::string::npos);
-    for (const char* command :
-         {"check", "info", "status", "datetime", "param", "error", "shift", "receipt", "cash-in",
-          "cash-out", "x-report", "z-report", "journal", "article", "text", "log", "help"}) {
+    for (const char* command : {"check", "info", "status", "datetime", "param", "error", "shift",
+                                "receipt", "cash-in", "cash-out", "x-report", "z-report", "journal",
+                                "article", "text", "log", "doctor", "discover", "help"}) {
         EXPECT_NE(overview.out.find(std::string("\n  ") + command + " "), std::string::npos)
             << command;
         const CliResult help = verda({"--tcp", address(), command, "--help"});
