@@ -30,6 +30,9 @@ install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config h
 # The TypeScript client's npm packages, as its committed lock file names them
 # (Node and npm are on the machine): its tests run in the native build.
 (cd clients/typescript && npm ci --no-audit --no-fund --prefer-offline)
+# axe-core, which the web console's browser tests inject into the page, as
+# the lock file of tests/server/browser names it.
+(cd tests/server/browser && npm ci --no-audit --no-fund --prefer-offline)
 
 jobs=${JOBS:-2}
 run() {

@@ -38,6 +38,7 @@
   const WARNING_BITS = { 1: "replace-urgent", 2: "resource-ending", 4: "memory-full", 8: "operator-overdue", 128: "critical" };
   const REQUEST_LIMIT = 50;
   const DEVICES_EVERY = 20000; // ms: the registers are asked again this often while live
+  const SILENT_STREAM = 40000; // ms: the event stream is given up after this long without a byte
   const LATEST_DOCUMENTS = 5;
   const PAPER_KEPT = 64 * 1024; // characters of paper kept on the page
 
@@ -124,7 +125,9 @@
     const node = document.createElement(tag);
     for (const [name, value] of Object.entries(attrs || {})) {
       if (value === undefined || value === null || value === false) continue;
-      if (name === "dataset") Object.assign(node.dataset, value);
+      if (name === "dataset") {
+        for (const [key, v] of Object.entries(value)) if (v !== undefined && v !== null) node.dataset[key] = v;
+      }
       else if (name in node && typeof value !== "string") node[name] = value;
       else node.setAttribute(name, value === true ? "" : value);
     }
@@ -757,10 +760,12 @@
 
   // A 400 names the field: it is marked, described and focused. True when
   // a field of the page took the focus.
-  function markFieldError(entry, note) {
+  function markFieldError(entry, note, quietly) {
     if (entry.status !== 400 || !entry.answer || !entry.answer.error) return false;
     const found = fieldOf(entry, entry.answer.error.field);
     if (!found) return false;
+    clearFieldError();
+    view.fieldError = { entry, note };
     const control = found.control;
     const panel = control.closest("details");
     if (panel) panel.open = true;
@@ -768,10 +773,11 @@
     control.setAttribute("aria-invalid", "true");
     control.setAttribute("aria-describedby", "field-error");
     (control.closest("label") || control).after(said);
-    control.focus();
+    if (!quietly) control.focus();
     return true;
   }
   function clearFieldError() {
+    view.fieldError = null;
     const note = $("field-error");
     if (note) note.remove();
     for (const control of document.querySelectorAll('[aria-invalid="true"]')) {
@@ -839,7 +845,7 @@
         datetime: field($("clock-value"), () => labelOf($("clock-value"))),
       });
     });
-    for (const form of ["cash-form", "receipt-form", "text-form", "clock-form"])
+    for (const form of ["cash-form", "receipt-form", "text-form", "clock-form", "settle-form"])
       $(form).addEventListener("input", clearFieldError);
   }
 
@@ -1030,7 +1036,7 @@
     const result = $("settle-result");
     clearFieldError();
     if (state === "committed" && !(number >= 1)) {
-      markSettleField(t("settle.needDocument"));
+      markSettleField(t("settle.needDocument"), "settle.needDocument");
       return;
     }
     const text = state === "committed" ? t("confirm.settleCommitted", { key, document: number }) : t("confirm.settleNot", { key });
@@ -1054,9 +1060,11 @@
     result.focus();
     openRequest(key);
   }
-  function markSettleField(text) {
+  // key: the page's own text of the fault; text: the server's words otherwise.
+  function markSettleField(text, key) {
     const entry = { fields: { document: field($("settle-document"), () => labelOf($("settle-document"))) } };
     markFieldError(Object.assign(entry, { status: 400, answer: { error: { field: "document", text } } }), text);
+    view.fieldError.retell = () => (key ? t(key) : text);
   }
 
   function closeRequest() {
@@ -1162,13 +1170,22 @@
   // cannot send the token); resumes after the last event it saw.
   async function listen() {
     let last = "";
+    let silent = 0;
     let wait = 1000;
     for (;;) {
       try {
         const headers = { Accept: "text/event-stream" };
         if (view.token) headers.Authorization = "Bearer " + view.token;
         if (last) headers["Last-Event-ID"] = last;
-        const res = await fetch("/events", { headers, cache: "no-store" });
+        // The server says ": idle" every 15 s at least: a stream silent for
+        // longer than SILENT_STREAM has lost the server (unplugged, say).
+        const stop = new AbortController();
+        const watch = () => {
+          clearTimeout(silent);
+          silent = setTimeout(() => stop.abort(), SILENT_STREAM);
+        };
+        watch();
+        const res = await fetch("/events", { headers, cache: "no-store", signal: stop.signal });
         if (res.status === 401) {
           await askToken(true);
           continue;
@@ -1186,6 +1203,7 @@
           let buffer = "";
           for (;;) {
             const { value, done } = await reader.read();
+            watch();
             if (done) break;
             buffer += decoder.decode(value, { stream: true }).replace(/\r\n?/g, "\n");
             let end;
@@ -1210,6 +1228,7 @@
       } catch (e) {
         // the server went away: try again below
       }
+      clearTimeout(silent);
       serverLost();
       await new Promise((resolve) => setTimeout(resolve, wait));
       wait = Math.min(wait * 2, 10000);
@@ -1227,6 +1246,12 @@
     renderOutcomes();
     renderRequests();
     renderDocuments();
+    // A marked field keeps its mark, in the page's new language.
+    const kept = view.fieldError;
+    if (kept) {
+      markFieldError(kept.entry, kept.retell ? kept.retell() : null, true);
+      view.fieldError.retell = kept.retell;
+    }
     const stateFilter = $("filter-state");
     const chosen = stateFilter.value;
     stateFilter.replaceChildren(
