@@ -5,6 +5,7 @@ saves a screenshot at desktop and phone width, checks that nothing spills
 sideways at 360 px, and fails on any error in the browser's console. In the
 page's main states axe-core (tests/server/browser, installed by `npm ci`)
 checks it in both languages at both widths: no violation at all."""
+import datetime
 import json
 import pathlib
 import shutil
@@ -518,3 +519,48 @@ def test_console_settles_a_replaced_registers_request_by_hand(server_factory, si
     page.wait("the card open again", lambda d: "Касса заменена." not in page.read('.card[data-device="shop"]')["text"])
     page.wait("actions back", lambda d: reason_of(page, '[data-action="drawer"]') is None)
     page.step("settled-by-hand")
+
+
+def troubled_register(server_factory, sim_factory, browser):
+    """A register whose shift has been open for 25 hours and whose drive
+    warns (replace within 3 days, the data operator overdue)."""
+    opened = (datetime.datetime.now() - datetime.timedelta(hours=25)).strftime("%d.%m.%Y %H:%M:%S")
+    sick = sim_factory("--fn-warnings", "9", "--shift-opened", opened, name="sick")
+    server = server_factory("--device", "sick=" + sick.device)
+    server.device("sick")
+    return server, browser(server.url)
+
+
+def test_console_says_a_registers_trouble_in_words(server_factory, sim_factory, browser):
+    server, page = troubled_register(server_factory, sim_factory, browser)
+    for lang, words in (("ru", ["прошло 24 часа", "заменить ФН в течение 3 дней", "ОФД вовремя не подтвердил документы"]),
+                        ("en", ["24 hours have passed", "replace the drive within 3 days",
+                                "the data operator has not confirmed documents in time"])):
+        page.language(lang)
+        card = page.wait_read("the drive's warnings", '.card[data-device="sick"]', lambda r: words[0] in r["text"])
+        assert all(w in card["text"] for w in words), card["text"]
+    page.language("ru")
+    page.step("trouble")
+    page.accessible("a register in trouble")
+
+
+def test_console_leads_each_card_with_its_verdict(server_factory, sim_factory, browser):
+    server, page = troubled_register(server_factory, sim_factory, browser)
+    if "verdict" not in server.get("/devices/sick").json():
+        pytest.skip("this server judges no register's health yet (GET /devices/{id} has no verdict)")
+    wait_until("a verdict", lambda: server.get("/devices/sick").json()["verdict"])
+    card = page.wait_read("the verdict", '.card[data-device="sick"]', lambda r: r.get("verdict") == "blocked")
+    reasons = page.driver.execute_script(
+        "return Array.from(document.querySelectorAll('.card[data-device=sick] .reasons li'), li => li.dataset.reason)")
+    assert {"shift-over-24h", "drive-warnings"} <= set(reasons), reasons
+    # The verdict leads the card, and its reasons are words of the page.
+    lead = page.driver.execute_script(
+        "const c = document.querySelector('.card[data-device=sick]');"
+        "return [c.children[1].className, c.children[1].innerText, c.children[2].children[0].innerText]")
+    assert lead == ["verdict", "Продажи остановлены",
+                    "Смена открыта больше 24 часов: касса не продаёт, пока её не закрыть (Z-отчёт)."], lead
+    page.language("en")
+    card = page.wait_read("the verdict in English", '.card[data-device="sick"]', lambda r: "Sales stopped" in r["text"])
+    assert "The fiscal drive reports warnings." in card["text"]
+    page.step("verdict")
+    page.accessible("a register's verdict")
