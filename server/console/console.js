@@ -998,7 +998,12 @@
     view.openKey = key;
     const form = $("settle-form");
     const wasShown = !form.hidden;
-    form.hidden = q.state !== "ambiguous";
+    // Offered only where the server cannot settle it itself: another
+    // register at the address, a document that is not the request's, or a
+    // register no longer configured.
+    const d = view.devices.get(q.device);
+    const stuck = !d || ["replaced", "needs-a-person"].includes(d.changes && d.changes.state);
+    form.hidden = q.state !== "ambiguous" || !stuck;
     if (first) $("settle-result").textContent = "";
     if (first && !form.hidden) form.reset();
     $("h-request-detail").replaceChildren(t("requestTitle", { kind: kindName(q.kind), key: q.key }), " ", badge(q.state));
