@@ -1,9 +1,11 @@
 """A register's fiscal health through verda-server: simulated registers put
 in each state that stops a shop (verda-sim's state options), read by the
 server's workers, shown decoded and judged by GET /devices/{id}, sent as
-device events, and exported as metrics that promtool accepts."""
+device events, and exported as metrics that promtool accepts and that the
+shipped alert rules and dashboard use."""
 import datetime
 import json
+import pathlib
 import re
 import shutil
 import subprocess
@@ -11,8 +13,11 @@ import time
 
 import jsonschema
 import pytest
+import yaml
 
 from conftest import OPENAPI, WAIT, Server, Sim, checked, first_line, wait_until
+
+MONITORING = pathlib.Path(__file__).resolve().parents[2] / "monitoring"
 
 # A register standing at a known time, its shift opened two hours before:
 # the opening is the register's own time, whatever the host's clock says.
@@ -225,3 +230,67 @@ def test_a_register_that_goes_offline_is_link_down(server_factory, sim_factory):
     _, samples = scrape(server)
     assert gauge(samples, "verda_device_online", "shop") == 0
     assert gauge(samples, "verda_verdict", "shop", verdict="blocked") == 1
+
+
+def promql_names(expression):
+    """The metric names of a PromQL expression: its identifiers, less
+    functions, keywords, label names, ranges and durations."""
+    text = re.sub(r"label_values\(([^,()]*),[^)]*\)", r"\1", expression)  # a dashboard's variable
+    text = re.sub(r'"(?:[^"\\]|\\.)*"', '""', text)  # label values
+    text = re.sub(r"\{[^}]*\}", "", text)  # matchers
+    text = re.sub(r"\[[^]]*\]", "", text)  # ranges
+    text = re.sub(r"\b(by|without|on|ignoring|group_left|group_right)\s*\([^)]*\)", "", text)
+    keywords = {"and", "or", "unless", "bool", "offset", "by", "without", "on", "ignoring", "inf", "nan"}
+    names = set()
+    for m in re.finditer(r"[a-zA-Z_:][a-zA-Z0-9_:]*", text):
+        rest = text[m.end():].lstrip()
+        if rest.startswith("(") or m.group(0).lower() in keywords:
+            continue
+        if m.start() > 0 and text[m.start() - 1].isdigit():
+            continue  # a duration's unit: [5m]
+        names.add(m.group(0))
+    return names
+
+
+def exported_names(text, samples):
+    """The names a metrics page declares (with a histogram's series) and those it has samples of."""
+    declared = set()
+    for name, kind in re.findall(r"^# TYPE (\S+) (\S+)$", text, re.M):
+        declared |= {name + s for s in ("_bucket", "_sum", "_count")} if kind == "histogram" else {name}
+    return declared, {name for name, _ in samples}
+
+
+def test_alert_rules_and_dashboard_use_only_exported_metrics(shop, tmp_path):
+    """Every metric that the shipped rules and dashboard name is one that the
+    running server exports; the health and link metrics that they judge by
+    have a sample of each register. The dashboard's queries are PromQL that
+    promtool reads."""
+    server, _ = shop
+    text, samples = scrape(server)
+    exported, sampled = exported_names(text, samples)
+    assert {"verda_device_info", "verda_verdict", "verda_shift_opened_timestamp_seconds",
+            "verda_ofd_oldest_unsent_timestamp_seconds", "verda_unsettled_requests"} <= sampled
+    rules = yaml.safe_load((MONITORING / "verda-alerts.yml").read_text())
+    expressions = [r["expr"] for g in rules["groups"] for r in g["rules"]]
+    dashboard = json.loads((MONITORING / "verda-dashboard.json").read_text())
+    targets = [t["expr"] for p in dashboard["panels"] for t in p.get("targets", [])]
+    queries = [v["query"]["query"] if isinstance(v["query"], dict) else v["query"]
+               for v in dashboard["templating"]["list"] if v["type"] == "query"]
+    assert len(expressions) == 7 and targets and queries
+    for expression in expressions + targets + queries:
+        names = promql_names(expression)
+        assert names, expression
+        assert names <= exported, (expression, names - exported)
+    for expression in expressions:
+        assert promql_names(expression) <= sampled, expression
+    promtool = shutil.which("promtool")
+    if promtool is None:
+        pytest.skip("promtool (Debian prometheus) is not installed: the dashboard's PromQL is not read")
+    # The dashboard's variables as a query would have them filled in.
+    filled = [t.replace("$device", ".*").replace("$__rate_interval", "5m") for t in targets]
+    rules = {"groups": [{"name": "dashboard", "rules": [{"record": f"panel:{i}", "expr": e}
+                                                         for i, e in enumerate(filled)]}]}
+    (tmp_path / "dashboard.yml").write_text(yaml.safe_dump(rules))
+    check = subprocess.run([promtool, "check", "rules", str(tmp_path / "dashboard.yml")],
+                           capture_output=True, text=True)
+    assert check.returncode == 0, check.stdout + check.stderr
