@@ -45,8 +45,15 @@ def local(text):
     return time.mktime(datetime.datetime.fromisoformat(text).timetuple())
 
 
-def days_from_today(text):
-    return (datetime.date.fromisoformat(text) - datetime.date.today()).days
+def seconds_between(earlier, later):
+    """Seconds between two of the register's times."""
+    return (datetime.datetime.fromisoformat(later) - datetime.datetime.fromisoformat(earlier)).total_seconds()
+
+
+def days_after_clock(health, date):
+    """Days from the register's date when read to a date; the simulator set
+    it from its date at the start, which may be the day before."""
+    return (datetime.date.fromisoformat(date) - datetime.date.fromisoformat(health["clock"][:10])).days
 
 
 # What each state shows decoded: a check of the health object for each.
@@ -56,10 +63,10 @@ DECODED = {
     "over24h": lambda h: h["shift"]["open"] and h["shift"]["over_24h"] and h["shift"]["minutes"] >= 25 * 60,
     "near24h": lambda h: h["shift"]["open"] and not h["shift"]["over_24h"]
     and 23 * 60 + 20 <= h["shift"]["minutes"] < 24 * 60,
-    "deadline": lambda h: days_from_today(h["fiscal_drive"]["deadline"]) == 10,
-    "expired": lambda h: days_from_today(h["fiscal_drive"]["deadline"]) == -2,
+    "deadline": lambda h: days_after_clock(h, h["fiscal_drive"]["deadline"]) in (9, 10),
+    "expired": lambda h: days_after_clock(h, h["fiscal_drive"]["deadline"]) in (-3, -2),
     "unsent-old": lambda h: h["unsent"]["count"] == 3
-    and 6 * 86400 - 300 <= time.time() - local(h["unsent"]["oldest"]) <= 6 * 86400 + WAIT,
+    and 6 * 86400 - 60 <= seconds_between(h["unsent"]["oldest"], h["clock"]) <= 6 * 86400 + 3600,
     "unsent-new": lambda h: h["unsent"]["count"] == 2 and h["unsent"]["first"] is not None,
     "warnings": lambda h: h["fiscal_drive"]["warning_flags"] == 9
     and [w["code"] for w in h["fiscal_drive"]["warnings"]] == ["replace-urgent", "operator-overdue"],
