@@ -155,30 +155,43 @@ struct Text {
 };
 
 template <class Fields, class Call>
-void ask(Part<Fields>& part, bool& lost, Call call) {
-    if (lost) return;
+Part<Fields> ask(Call call) {
+    Part<Fields> part;
     part.asked = true;
     part.result = call(part.fields);
     // A cut text is still a reading; the register's texts here are short.
     if (part.result == VERDA_BUFFER_TOO_SMALL) part.result = 0;
+    return part;
+}
+
+// The next read, unless the last one got no answer (each would only wait
+// out the timeout again).
+template <class Fields>
+void askUnlessLost(Part<Fields>& part, bool& lost, Part<Fields> (*read)(verda_device*),
+                   verda_device* d) {
+    if (lost) return;
+    part = read(d);
     lost = part.result == VERDA_EXCHANGE_FAILED;
 }
 
 }  // namespace
 
-Reading read(verda_device* d) {
-    Reading r;
-    bool lost = false;
-    ask(r.clock, lost, [d](std::string& clock) {
+Part<std::string> readClock(verda_device* d) {
+    return ask<std::string>([d](std::string& clock) {
         Text text;
         const int result = verda_GetDateTime(d, text, sizeof text.data);
         clock = text.data;
         return result;
     });
-    r.readAt = std::time(nullptr);
-    ask(r.shift, lost,
+}
+
+Part<ShiftFields> readShift(verda_device* d) {
+    return ask<ShiftFields>(
         [d](ShiftFields& f) { return verda_GetStatusShift(d, &f.open, &f.over24h, &f.minutes); });
-    ask(r.drive, lost, [d](DriveFields& f) {
+}
+
+Part<DriveFields> readDrive(verda_device* d) {
+    return ask<DriveFields>([d](DriveFields& f) {
         Text version, number, phase, shift, warnings, deadline, left;
         const int result = verda_GetStateFN(
             d, kDriveStateSelector, version, sizeof version.data, number, sizeof number.data, phase,
@@ -190,7 +203,10 @@ Reading read(verda_device* d) {
         f.registrationsLeft = left.data;
         return result;
     });
-    ask(r.queue, lost, [d](QueueFields& f) {
+}
+
+Part<QueueFields> readQueue(verda_device* d) {
+    return ask<QueueFields>([d](QueueFields& f) {
         Text oldest;
         const int result =
             verda_GetOFDandFNStatus(d, &f.shiftOpen, &f.over24h, &f.shiftNumber, &f.lastDocument,
@@ -198,6 +214,16 @@ Reading read(verda_device* d) {
         f.oldest = oldest.data;
         return result;
     });
+}
+
+Reading read(verda_device* d) {
+    Reading r;
+    bool lost = false;
+    askUnlessLost(r.clock, lost, readClock, d);
+    r.readAt = std::time(nullptr);
+    askUnlessLost(r.shift, lost, readShift, d);
+    askUnlessLost(r.drive, lost, readDrive, d);
+    askUnlessLost(r.queue, lost, readQueue, d);
     return r;
 }
 
@@ -286,6 +312,13 @@ Health decode(const Reading& r) {
         h.queue = q;
     }
     return h;
+}
+
+std::optional<Seconds> sameOpening(std::optional<Seconds> held, const Shift& shift) {
+    if (!shift.open || !shift.openedAt) return std::nullopt;
+    const Seconds latest = *shift.openedAt, leeway = 1;
+    if (held && *held <= latest + leeway && *held > latest - 60 - leeway) return held;
+    return latest;
 }
 
 Seconds Health::registerNow(Seconds now) const {

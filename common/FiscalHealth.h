@@ -95,6 +95,11 @@ struct Reading {
 // no answer the rest are not asked (each would only wait out the timeout
 // again). None of them changes anything on the register or prints.
 Reading read(verda_device* device);
+// Each read alone, for a program that makes some more often than others.
+Part<std::string> readClock(verda_device* device);
+Part<ShiftFields> readShift(verda_device* device);
+Part<DriveFields> readDrive(verda_device* device);
+Part<QueueFields> readQueue(verda_device* device);
 
 // The selector of GetStateFN that reads the drive's state without printing
 // (selector '0' prints the diagnostic report on the simulated register).
@@ -160,6 +165,14 @@ struct Health {
 };
 
 Health decode(const Reading& reading);
+
+// The shift's opening time across readings. The register counts the shift's
+// age in whole minutes, so a reading places the opening within the minute
+// before its clock minus the age. The time held from earlier readings of the
+// shift stays while a new reading agrees with it (a second's leeway for the
+// time between the clock's read and the shift's); otherwise, a new shift or
+// a clock set meanwhile, the new reading's time replaces it.
+std::optional<Seconds> sameOpening(std::optional<Seconds> held, const Shift& shift);
 
 Meaning phase(const std::string& value);
 // The flags as a number (decimal, or hexadecimal after "0x"), or nothing.

@@ -160,10 +160,17 @@ against_server() {
   deb=$(ls "$work"/packages/corteliaverda-server_*.deb)
   dpkg-deb -I "$deb" conffiles | grep -qx /etc/verda/verda-server.conf || {
     echo "check-installed: the server's configuration is not a conffile" >&2; exit 1; }
+  local monitoring=usr/share/corteliaverda/monitoring
   for file in etc/verda/verda-server.conf usr/lib/systemd/system/verda-server.service \
-              usr/share/man/man1/verda-server.1.gz; do
+              usr/share/man/man1/verda-server.1.gz $monitoring/verda-alerts.yml \
+              $monitoring/verda-alerts.test.yml $monitoring/verda-dashboard.json; do
     [ -f "$work/root/$file" ] || { echo "check-installed: $file is not packaged" >&2; exit 1; }
   done
+  # The alert rules as packaged pass their tests where they lie.
+  if command -v promtool >/dev/null; then
+    (cd "$work/root/$monitoring" && promtool test rules verda-alerts.test.yml >/dev/null) || {
+      echo "check-installed: the packaged alert rules fail their tests" >&2; exit 1; }
+  fi
   mkdir -p "$work/server"
   "$usr/bin/verda-server" --config "$work/root/etc/verda/verda-server.conf" \
     --listen 127.0.0.1:0 --journal "$work/server/journal.db" >"$work/server.out" 2>"$work/server.err" &

@@ -384,12 +384,11 @@ void Api::install(httplib::Server& http) {
     route(http, "GET", "/metrics", "/metrics",
           [this](const httplib::Request&, httplib::Response& res) {
               std::map<std::string, Metrics::DeviceGauges> gauges;
-              for (auto& w : workers_)
-                  gauges[w.first] = {w.second->queueDepth(), w.second->online(), w.second->held(),
-                                     w.second->replaced()};
+              for (auto& w : workers_) gauges[w.first] = w.second->gauges();
               const Metrics::JournalGauges journal = {shared_.journal.health().writable,
                                                       shared_.journal.commits()};
-              res.set_content(shared_.metrics.render(gauges, journal), "text/plain; version=0.0.4");
+              res.set_content(shared_.metrics.render(gauges, journal),
+                              "text/plain; version=0.0.4; charset=utf-8");
           });
     route(http, "GET", "/devices", "/devices",
           [this](const httplib::Request&, httplib::Response& res) {

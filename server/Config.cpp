@@ -168,14 +168,15 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
     try {
         if (!root.is_object()) throw std::string("the file must hold one JSON object");
         Reader r(root, "");
-        r.known({"listen", "token", "journal", "deadline_ms", "refresh_ms", "read_timeout_ms",
-                 "idle_timeout_ms", "http_threads", "queue_limit", "devices"});
+        r.known({"listen", "token", "journal", "deadline_ms", "refresh_ms", "health_ms",
+                 "read_timeout_ms", "idle_timeout_ms", "http_threads", "queue_limit", "devices"});
         if (r.has("listen") && !parseListen(r.text("listen", ""), c.listenHost, c.listenPort))
             throw std::string("listen: HOST:PORT, not \"") + r.text("listen", "") + "\"";
         c.token = r.text("token", c.token);
         c.journal = r.text("journal", c.journal);
         c.deadlineMs = r.number("deadline_ms", c.deadlineMs, 1, 3600000);
         c.refreshMs = r.number("refresh_ms", c.refreshMs, 100, 3600000);
+        c.healthMs = r.number("health_ms", c.healthMs, 100, 3600000);
         c.readTimeoutMs = r.number("read_timeout_ms", c.readTimeoutMs, 100, 600000);
         c.idleTimeoutMs = r.number("idle_timeout_ms", c.idleTimeoutMs, 100, 600000);
         c.httpThreads = r.number("http_threads", c.httpThreads, 2, 4096);

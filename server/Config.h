@@ -36,6 +36,7 @@ struct Config {
     std::string journal = "verda-server.db";
     int deadlineMs = 30000;  // how long a request may wait for its register
     int refreshMs = 2000;    // how often an idle register's status is read
+    int healthMs = 60000;    // and its fiscal health (the drive, the queue to the data operator)
     // What a slow or silent client may take (README, "A slow client holds up
     // nobody"):
     int readTimeoutMs = 5000;  // silence in the middle of a request or an answer

@@ -1,5 +1,6 @@
 #include "Metrics.h"
 
+#include <optional>
 #include <sstream>
 
 namespace server {
@@ -29,6 +30,22 @@ void perDevice(std::ostream& out, const char* name, const char* help,
     header(out, name, "counter", help);
     for (const auto& v : values)
         out << name << "{device=\"" << label(v.first) << "\"} " << v.second << '\n';
+}
+
+// A gauge of each register, a line for each whose value is known.
+template <class Value>
+void perDevice(std::ostream& out, const char* name, const char* help,
+               const std::map<std::string, Metrics::DeviceGauges>& devices, Value value) {
+    header(out, name, "gauge", help);
+    for (const auto& d : devices)
+        if (const auto v = value(d.second))
+            out << name << "{device=\"" << label(d.first) << "\"} " << *v << '\n';
+}
+
+// A value always known, as a gauge's.
+template <class T>
+std::optional<long long> known(T value) {
+    return static_cast<long long>(value);
 }
 
 }  // namespace
@@ -123,23 +140,56 @@ std::string Metrics::render(const std::map<std::string, DeviceGauges>& devices,
     for (const auto& s : settled_)
         out << "verda_settled_requests_total{device=\"" << label(s.first.first) << "\",outcome=\""
             << s.first.second << "\"} " << s.second << '\n';
-    header(out, "verda_queue_depth", "gauge", "Requests waiting for a register.");
+    using G = DeviceGauges;
+    perDevice(out, "verda_queue_depth", "Requests waiting for a register.", devices,
+              [](const G& g) { return known(g.queue); });
+    perDevice(out, "verda_device_online", "1 while the link to a register is open.", devices,
+              [](const G& g) { return known(g.online); });
+    perDevice(out, "verda_changes_held",
+              "1 while a register takes no new change: requests left in flight are settled first.",
+              devices, [](const G& g) { return known(g.held); });
+    perDevice(out, "verda_device_replaced",
+              "1 while another register (device number or fiscal drive) is at a register's "
+              "address.",
+              devices, [](const G& g) { return known(g.replaced); });
+    perDevice(out, "verda_unsettled_requests",
+              "Requests whose outcome is not known yet (ambiguous, or left in flight), waiting to "
+              "be settled from the register.",
+              devices, [](const G& g) { return g.unsettled; });
+    // The fiscal health, as last read.
+    header(out, "verda_device_info", "gauge",
+           "1 for each register: its model, firmware, serial and fiscal drive as last read.");
+    for (const auto& d : devices) {
+        if (d.second.info.empty()) continue;
+        out << "verda_device_info{device=\"" << label(d.first) << '"';
+        for (const auto& l : d.second.info)
+            out << ',' << l.first << "=\"" << label(l.second) << '"';
+        out << "} 1\n";
+    }
+    perDevice(
+        out, "verda_shift_open", "1 while the register's shift is open.", devices,
+        [](const G& g) { return g.shiftOpen ? known(*g.shiftOpen) : std::optional<long long>(); });
+    perDevice(out, "verda_shift_opened_timestamp_seconds",
+              "When the open shift was opened, by the register's clock.", devices,
+              [](const G& g) { return g.shiftOpened; });
+    perDevice(out, "verda_fiscal_drive_deadline_timestamp_seconds",
+              "When the fiscal drive's validity ends (the end of its last valid day).", devices,
+              [](const G& g) { return g.deadline; });
+    perDevice(out, "verda_ofd_unsent_documents", "Documents waiting for the data operator.",
+              devices, [](const G& g) { return g.unsent; });
+    perDevice(out, "verda_ofd_oldest_unsent_timestamp_seconds",
+              "When the oldest document waiting for the data operator was made.", devices,
+              [](const G& g) { return g.oldestUnsent; });
+    perDevice(out, "verda_fiscal_drive_warnings",
+              "The fiscal drive's warning flags as a number (0: none).", devices,
+              [](const G& g) { return g.warnings; });
+    header(out, "verda_verdict", "gauge",
+           "1 for a register's current verdict on its fiscal health: ok, attention or blocked.");
     for (const auto& d : devices)
-        out << "verda_queue_depth{device=\"" << label(d.first) << "\"} " << d.second.queue << '\n';
-    header(out, "verda_device_online", "gauge", "1 while the link to a register is open.");
-    for (const auto& d : devices)
-        out << "verda_device_online{device=\"" << label(d.first) << "\"} "
-            << (d.second.online ? 1 : 0) << '\n';
-    header(out, "verda_changes_held", "gauge",
-           "1 while a register takes no new change: requests left in flight are settled first.");
-    for (const auto& d : devices)
-        out << "verda_changes_held{device=\"" << label(d.first) << "\"} " << (d.second.held ? 1 : 0)
-            << '\n';
-    header(out, "verda_device_replaced", "gauge",
-           "1 while another register (device number or fiscal drive) is at a register's address.");
-    for (const auto& d : devices)
-        out << "verda_device_replaced{device=\"" << label(d.first) << "\"} "
-            << (d.second.replaced ? 1 : 0) << '\n';
+        if (!d.second.verdict.empty())
+            for (const char* verdict : {"ok", "attention", "blocked"})
+                out << "verda_verdict{device=\"" << label(d.first) << "\",verdict=\"" << verdict
+                    << "\"} " << (d.second.verdict == verdict ? 1 : 0) << '\n';
     header(out, "verda_journal_writable", "gauge",
            "1 while the journal takes writes; 0 stops every change.");
     out << "verda_journal_writable " << (journal.writable ? 1 : 0) << '\n';

@@ -7,8 +7,11 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 namespace server {
 
@@ -31,12 +34,21 @@ class Metrics {
 
     // Gauges read when the page is made, per register: the queue's depth,
     // whether the link is open, whether the register takes no new change
-    // (settling first) and whether another register is at its address.
+    // (settling first) and whether another register is at its address; the
+    // requests not settled yet; and its fiscal health as last read (times in
+    // seconds since the epoch), each left out while it is not known.
     struct DeviceGauges {
         int queue = 0;
         bool online = false;
         bool held = false;
         bool replaced = false;
+        std::optional<int> unsettled;
+        std::vector<std::pair<std::string, std::string>> info;  // label, value
+        std::optional<bool> shiftOpen;
+        std::optional<long long> shiftOpened, deadline, oldestUnsent;
+        std::optional<int> unsent;
+        std::optional<unsigned> warnings;
+        std::string verdict;  // "ok", "attention" or "blocked"; empty before a reading
     };
     // And the journal's: whether it takes writes, and its commits so far.
     struct JournalGauges {

@@ -66,9 +66,6 @@ json readArticles(RegisterHandle& device);
 // free again.
 void freeRegister(RegisterHandle& device);
 
-// What the register shows: the reading behind GET /devices/{id}.
-json readStatus(RegisterHandle& device);
-
 // Amounts as the register counts them: kopecks.
 double money(double value);
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "Metrics.h"
+#include "common/FiscalHealth.h"
 
 namespace server {
 
@@ -92,14 +93,9 @@ void RegisterHandle::check(const char* operation, int result) {
 }
 
 DriveState readDrive(RegisterHandle& d) {
-    char version[32] = "", number[32] = "", phase[16] = "", shift[16] = "", warnings[16] = "",
-         deadline[32] = "", registrations[16] = "";
-    int shiftNumber = 0, receipts = 0, last = 0, firstUnsent = 0;
-    VERDA_CALL(d, GetStateFN, '1', version, sizeof version, number, sizeof number, phase,
-               sizeof phase, shift, sizeof shift, warnings, sizeof warnings, deadline,
-               sizeof deadline, registrations, sizeof registrations, &shiftNumber, &receipts, &last,
-               &firstUnsent);
-    return DriveState{number, last};
+    const auto drive = health::readDrive(d.handle());
+    d.check("GetStateFN", drive.result);
+    return DriveState{drive.fields.number, drive.fields.lastDocument};
 }
 
 }  // namespace server

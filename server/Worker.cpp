@@ -80,7 +80,7 @@ void Worker::loop() {
                     pause(link_.nextAttempt());
                     continue;
                 }
-                refresh();
+                refresh(true);
             }
             // Whatever was left in flight is settled before anything new is sent.
             const bool changes = settlement_.pass(link_.handle());
@@ -109,19 +109,26 @@ void Worker::loop() {
     }
 }
 
-void Worker::refresh() {
+void Worker::refresh(bool full) {
     try {
-        json reading = readStatus(link_.handle());
+        // Only this thread writes the reading: it is read here without the lock.
+        RegisterReading reading = reading_;
+        full = full || reading.healthAt == 0 ||
+               RequestJournal::now() - reading.healthAt >= shared_.config.healthMs;
+        readRegister(link_.handle(), reading, full);
         link_.remember();
+        // A new health reading, or a status that changed, goes out whole.
         bool changed = false;
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            changed = reading != reading_;
-            reading_ = reading;
-            readingAt_ = RequestJournal::now();
+            const health::ShiftFields &now = reading.parts.shift.fields,
+                                      &was = reading_.parts.shift.fields;
+            changed = full || reading.document != reading_.document || now.open != was.open ||
+                      now.over24h != was.over24h || now.minutes != was.minutes;
+            reading_ = std::move(reading);
             lastRefresh_ = Clock::now();
         }
-        if (changed) shared_.events.publish("device", {{"id", id()}, {"reading", reading}});
+        if (changed) shared_.events.publish("device", describe(false));
     } catch (const LinkLost& lost) {
         link_.lost(lost.operation);
     } catch (const Refused& refused) {
@@ -164,7 +171,7 @@ void Worker::execute(JobQueue::Job& job) {
     }
     queue_.finish(job, std::move(outcome));
     if (!readBack) return;
-    refresh();
+    refresh(true);
     {
         std::lock_guard<std::mutex> lock(mutex_);
         readingDue_ = false;
@@ -361,31 +368,86 @@ Outcome Worker::run(const Request& r, const Task& task, Clock::time_point deadli
 
 // --- The reading -------------------------------------------------------------------
 
-json Worker::describe() {
+json Worker::describe(bool waitForReading) {
+    // What the link, the settlement and the journal say, each under its own
+    // lock, before the reading's.
+    const health::Given known = given();
     json out = link_.describe();
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        // A reading after a change takes four short exchanges: waited for, so
-        // that what a client changed shows; bounded, so that a register that
-        // stops answering half way never holds the answer up for long.
-        readingDone_.wait_for(lock, kLongestReadingWait, [&] { return !readingDue_; });
-        out["id"] = config_.id;
-        out["transport"] = config_.transport();
-        out["simulated"] = simulated();
-        out["queue"] = queue_.depth();
-        if (readingAt_ != 0) {
-            for (const auto& item : reading_.items()) out[item.key()] = item.value();
-            if (out["shift"]["open"].get<bool>() && out["shift"]["minutes"].is_number())
-                out["shift"]["opened_at"] =
-                    isoTime(readingAt_ - out["shift"]["minutes"].get<long long>() * 60000);
-            out["reading"] = {{"at", isoTime(readingAt_)},
-                              {"age_ms", RequestJournal::now() - readingAt_}};
-        } else {
-            out["reading"] = nullptr;
-        }
-    }
     out["changes"] = settlement_.describe();
+    std::unique_lock<std::mutex> lock(mutex_);
+    // A reading after a change takes a few short exchanges: waited for, so
+    // that what a client changed shows; bounded, so that a register that
+    // stops answering half way never holds the answer up for long.
+    if (waitForReading)
+        readingDone_.wait_for(lock, kLongestReadingWait, [&] { return !readingDue_; });
+    out["id"] = config_.id;
+    out["transport"] = config_.transport();
+    out["simulated"] = simulated();
+    out["queue"] = queue_.depth();
+    if (reading_.at != 0) {
+        const json reading = readingJson(reading_, std::time(nullptr), known);
+        for (const auto& item : reading.items()) out[item.key()] = item.value();
+        out["reading"] = {{"at", isoTime(reading_.at)},
+                          {"age_ms", RequestJournal::now() - reading_.at}};
+    } else {
+        out["reading"] = nullptr;
+        out["health"] = nullptr;
+        out["verdict"] = nullptr;
+    }
     return out;
+}
+
+health::Given Worker::given() {
+    health::Given given;
+    given.linkDown = !link_.online();
+    given.registerReplaced = settlement_.replaced();
+    given.journalUnavailable = !shared_.journal.health().writable;
+    return given;
+}
+
+Metrics::DeviceGauges Worker::gauges() {
+    Metrics::DeviceGauges g;
+    g.queue = queue_.depth();
+    g.online = online();
+    g.held = held();
+    g.replaced = replaced();
+    try {
+        g.unsettled = 0;
+        for (const Request& r : shared_.journal.unsettled(id()))
+            if (r.state == State::Sent || r.state == State::Ambiguous) ++*g.unsettled;
+    } catch (const JournalError&) {
+        g.unsettled.reset();  // not known while the journal cannot be read
+    }
+    const json link = link_.describe();
+    const auto text = [](const json& value) {
+        return value.is_string() ? value.get<std::string>() : std::string();
+    };
+    if (link["model"].is_string())
+        g.info = {
+            {"model", text(link["model"])},
+            {"firmware", text(link["firmware"])},
+            {"serial", text(link["serial"])},
+            {"fiscal_drive", link["identity"].is_object() ? text(link["identity"]["fiscal_drive"])
+                                                          : std::string()}};
+    const health::Given known = given();
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (reading_.at == 0) return g;
+    const health::Health& h = reading_.health;
+    if (h.shift) {
+        g.shiftOpen = h.shift->open;
+        if (h.shift->openedAt) g.shiftOpened = health::epochOf(*h.shift->openedAt);
+    }
+    if (h.drive) {
+        if (auto ends = h.drive->validityEnds()) g.deadline = health::epochOf(*ends);
+        if (h.drive->flags) g.warnings = *h.drive->flags;
+    }
+    if (h.queue) {
+        g.unsent = h.queue->unsent;
+        if (h.queue->unsent > 0 && h.queue->oldest)
+            g.oldestUnsent = health::epochOf(*h.queue->oldest);
+    }
+    g.verdict = health::levelName(health::judge(h, std::time(nullptr), known).level);
+    return g;
 }
 
 int Worker::queueDepth() {

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "JobQueue.h"
+#include "Reading.h"
 #include "RegisterLink.h"
 #include "RequestKinds.h"
 #include "Settlement.h"
@@ -44,8 +45,11 @@ class Worker {
     // A request of this register was settled by hand: the worker looks again.
     void wake();
 
-    // The last reading, without waiting for the register.
-    json describe();
+    // The last reading, without waiting for the register (but for a reading
+    // that follows a change just answered, unless told not to).
+    json describe(bool waitForReading = true);
+    // The gauges of GET /metrics: the link, the queue, the fiscal health.
+    Metrics::DeviceGauges gauges();
     int queueDepth();
     bool online();
     // Whether the register takes no new change now, and why (Settlement).
@@ -55,7 +59,9 @@ class Worker {
 
   private:
     void loop();
-    void refresh();
+    // Reads the status, and the fiscal health with it when full or due.
+    void refresh(bool full = false);
+    health::Given given();
     void execute(JobQueue::Job& job);
     Outcome run(const Request& request, const Task& task, Clock::time_point deadline);
     std::optional<Outcome> submit(std::function<Outcome()> run, bool change,
@@ -72,8 +78,7 @@ class Worker {
 
     // The reading, guarded by mutex_.
     std::mutex mutex_;
-    json reading_;
-    long long readingAt_ = 0;
+    RegisterReading reading_;
     Clock::time_point lastRefresh_;
     bool readingDue_ = false;  // a reading follows the change just answered
     std::condition_variable readingDone_;

@@ -165,6 +165,9 @@ def test_metrics_pass_promtool(shop):
     text = shop.get("/metrics").text
     assert 'verda_http_requests_total{route="/devices/{id}/receipts",method="POST",status="200"} 1' in text
     assert 'verda_queue_depth{device="sim"} 0' in text
+    # The register's health too: its shift open, its verdict one of three.
+    assert 'verda_shift_open{device="sim"} 1' in text and 'verda_device_info{device="sim",' in text
+    assert sum(f'verda_verdict{{device="sim",verdict="{v}"}} 1' in text for v in ("ok", "attention", "blocked")) == 1
     promtool = shutil.which("promtool")
     if promtool is None:
         pytest.skip("promtool (Debian prometheus) is not installed: the format is not checked")

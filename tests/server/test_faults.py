@@ -130,6 +130,8 @@ def test_another_register_at_the_address_settles_nothing(server_factory, sim_fac
     health = checked(server.get("/health"), "/health", "get", 200)
     assert health["status"] == "attention" and health["registers"]["shop"]["state"] == "replaced"
     assert metric(server, 'verda_device_replaced{device="shop"}') == 1
+    assert device["verdict"]["verdict"] == "blocked" and "register-replaced" in \
+        [r["code"] for r in device["verdict"]["reasons"]]
     b_reading = device_when(server, "B's reading", lambda d: d["fiscal_drive"]["number"] == B_IDENTITY["fiscal_drive"])
     # B takes no change meanwhile, and nothing of the lost request is written on it.
     held = sell(server, OTHER, "held", headers={"X-Deadline-Ms": "500"})
@@ -179,6 +181,8 @@ def test_a_journal_gone_under_the_server_stops_every_change(server_factory, prog
     health = checked(server.get("/health"), "/health", "get", 503)
     assert health["status"] == "unavailable" and how in health["journal"]["cause"]
     assert metric(server, "verda_journal_writable") == 0
+    verdict = server.device("sim")["verdict"]
+    assert verdict["verdict"] == "blocked" and "journal-unavailable" in [r["code"] for r in verdict["reasons"]]
     # Reads go on; nothing reached the register; the process lives.
     checked(server.get("/devices/sim/clock"), "/devices/{id}/clock", "get", 200)
     assert server.device("sim")["fiscal_drive"]["last_document"] == before

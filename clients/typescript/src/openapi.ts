@@ -2542,6 +2542,7 @@ export interface components {
             error?: string;
             attempts?: number;
         };
+        /** @description A register as its worker last read it. GET /events sends this whole object as a device event after each new reading (a health reading, or a status that changed); a change of the link alone comes as a device event {id, link}. */
         Device: {
             id: string;
             transport: string;
@@ -2557,6 +2558,7 @@ export interface components {
                 over_24h: boolean;
                 minutes: number | null;
                 receipts: number;
+                /** @description when the open shift was opened, by the register's own clock (its age in whole minutes taken from its time; no zone: the register's clock has none), YYYY-MM-DDTHH:MM:SS; held for the shift */
                 opened_at?: string;
             };
             document?: {
@@ -2588,6 +2590,10 @@ export interface components {
             /** @description as read when the link was opened */
             identity: null | components["schemas"]["Identity"];
             changes: components["schemas"]["Changes"];
+            /** @description the register's fiscal health as last read: the status every refresh_ms, the fiscal drive and the queue to the data operator every health_ms and after each change; null before the first reading */
+            health: null | components["schemas"]["FiscalHealth"];
+            /** @description the fiscal health judged now, with what the server knows beside it (its link, a register replaced, its journal); null before the first reading */
+            verdict: null | components["schemas"]["Verdict"];
         };
         Adjustment: {
             sum?: number;
@@ -2908,6 +2914,73 @@ export interface components {
             document: number;
             /** @constant */
             settled: "by-hand";
+        };
+        /** @description a meaning with a stable code (for a program or a console to translate) and an English text */
+        Meaning: {
+            code: string;
+            text: string;
+        };
+        /** @description The register's fiscal health, decoded. The phases and warning flags are read in the meanings of the simulated register (verda-sim): phases 1 ready (for fiscalization) and 3 fiscal; warning flags 0x01 replace-urgent, 0x02 resource-ending, 0x04 memory-full, 0x08 operator-overdue, 0x80 critical (another bit: flag-0xNN). Times are the register's own, YYYY-MM-DDTHH:MM:SS (no zone: the register's clock has none). A part that was not read, or that the register refused, is null (its refusal is among the failures). */
+        FiscalHealth: {
+            /** @description the host's local time of the reading */
+            read_at: string;
+            /** @description the register's clock when read */
+            clock: string | null;
+            /** @description how far the register's clock was ahead of the host's (negative: behind) */
+            clock_ahead_seconds: number | null;
+            shift: null | {
+                open: boolean;
+                /** @description the register's own flag */
+                over_24h: boolean;
+                /** @description the shift's age when read */
+                minutes: number;
+                /** @description when it was opened, by the register's clock */
+                opened: string | null;
+            };
+            fiscal_drive: null | {
+                number: string;
+                version: string;
+                phase: {
+                    /** @description as the register sent it */
+                    value: string;
+                    /** @description ready, fiscal or unknown */
+                    code: string;
+                    text: string;
+                };
+                /** @description the flags as a number; null when the register sent no number */
+                warning_flags: number | null;
+                /** @description a meaning for each flag set */
+                warnings: components["schemas"]["Meaning"][];
+                /** @description the drive's last valid day, YYYY-MM-DD */
+                deadline: string | null;
+                registrations_left: string;
+                last_document: number;
+            };
+            unsent: null | {
+                count: number;
+                /** @description the number of the oldest */
+                first: number | null;
+                /** @description when the oldest was made */
+                oldest: string | null;
+            };
+            /** @description reads that the register refused or did not answer */
+            failures: {
+                operation: string;
+                code: number;
+            }[];
+        };
+        /** @description ok, or attention or blocked with the reasons, the blocking ones first. Reasons: link-down, register-replaced, journal-unavailable, shift-over-24h and drive-expired block; shift-near-24h (within an hour of 24 h), drive-deadline-near (within 30 days), unsent-old (the oldest unsent document older than 5 days) and drive-warnings want attention. */
+        Verdict: {
+            /** @enum {unknown} */
+            verdict: "ok" | "attention" | "blocked";
+            reasons: {
+                /** @enum {unknown} */
+                code: "link-down" | "register-replaced" | "journal-unavailable" | "shift-over-24h" | "drive-expired" | "shift-near-24h" | "drive-deadline-near" | "unsent-old" | "drive-warnings";
+                /** @enum {unknown} */
+                verdict: "ok" | "attention" | "blocked";
+                /** @description English */
+                text: string;
+            }[];
         };
     };
     responses: never;
