@@ -1,15 +1,21 @@
 #!/usr/bin/python3
 """Writes the seed corpora of the fuzz targets: fuzz/corpus/ for the exchange,
-fuzz/scanner_corpus/ for the reply scanner.
+fuzz/scanner_corpus/ for the reply scanner, fuzz/request_corpus/ for the
+server's reading of a request.
 
 An exchange seed is an input in that target's format (fuzz/exchange_fuzz.cpp
 and fuzz/ReplayPort.h): a setup byte, then operation bytes, each followed by
 the records its reads take. A scanner seed is the expected sequence and
 command, the buffer's size byte and records of reads (fuzz/scanner_fuzz.cpp).
+A request seed is "METHOD PATH", header lines, an empty line and the body
+(fuzz/request_fuzz.cpp), each request of every kind that the server's tests
+send, good and bad.
 Run it again after a change of either format.
 """
+import json
 import os
 import struct
+import sys
 
 LOG, LONG_RECORD = 1, 2
 (BARE, CHECK, READING_ERROR, ART_I, ART_X, ART_R, ART_N, TRANSACTIONS, DEP_INFO, DEVICE_INFO3,
@@ -120,8 +126,51 @@ SCANNER_SEEDS = {
     "silence": bytes([SEQ, CMD, 10]) + read(b"") * 5 + b"\xff" * 5 + read(REPLY),
 }
 
+
+
+def request(method, route, body=None, key="k-1", raw=None):
+    head = f"{method} /devices/sim{route}\r\n" + (f"Idempotency-Key: {key}\r\n" if key is not None else "")
+    text = raw if raw is not None else ("" if body is None else json.dumps(body, ensure_ascii=False))
+    return (head + "Content-Type: application/json\r\n\r\n" + text).encode()
+
+
+# The server tests' receipt (it needs their packages: pytest, requests, jsonschema).
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "server"))
+from conftest import SALE as SALE_BODY  # noqa: E402
+
+REQUEST_SEEDS = {
+    "receipt": request("POST", "/receipts", SALE_BODY),
+    "receipt_return_card": request("POST", "/receipts", {
+        "type": "return", "lines": [{"article": 12, "quantity": 0.5, "discount": {"surcharge_sum": 1}}],
+        "payments": [{"mode": "card"}]}),
+    "receipt_line_too_long": request("POST", "/receipts", {"lines": [{"name": "x" * 70, "price": 1}]}),
+    "shift_open": request("POST", "/shift/open", {"cashier": "Иванова"}),
+    "shift_open_snowman": request("POST", "/shift/open", {"cashier": "☃"}),
+    "x_report": request("POST", "/x-report"),
+    "x_report_field": request("POST", "/x-report", {"now": 1}),
+    "z_report": request("POST", "/z-report", {}),
+    "cash_in": request("POST", "/cash-in", {"amount": 100}),
+    "cash_out_negative": request("POST", "/cash-out", {"amount": -5}),
+    "text": request("POST", "/text", {"lines": ["Проверка связи", "line 2"]}),
+    "text_number": request("POST", "/text", {"lines": ["ok", 5]}),
+    "drawer": request("POST", "/drawer"),
+    "clock": request("PUT", "/clock", {"datetime": "01.02.2030 10:20:30"}),
+    "clock_bad": request("PUT", "/clock", {"datetime": "2026-01-01 10:00"}),
+    "article_put": request("PUT", "/articles/7", {"name": "Сыр", "price": 350, "tax": 2, "department": 3,
+                                                  "group": 1, "quantity": 10, "barcode": "4600000000001"}),
+    "article_put_no_price": request("PUT", "/articles/7", {"name": "Сыр"}),
+    "article_delete_zero": request("DELETE", "/articles/0"),
+    "operation": request("POST", "/operations/ParishOrConsumption", {"Type": "0", "Amount": 50}),
+    "operation_unknown": request("POST", "/operations/NoSuchThing", {}),
+    "operation_output": request("POST", "/operations/CloseFiscalInv", {"nFD": 1}),
+    "no_key": request("POST", "/drawer", key=None),
+    "not_json": request("POST", "/text", raw="{"),
+    "wrong_method": request("GET", "/receipts", {}),
+}
+
 here = os.path.dirname(os.path.abspath(__file__))
-for folder, seeds in (("corpus", SEEDS), ("scanner_corpus", SCANNER_SEEDS)):
+for folder, seeds in (("corpus", SEEDS), ("scanner_corpus", SCANNER_SEEDS),
+                      ("request_corpus", REQUEST_SEEDS)):
     os.makedirs(os.path.join(here, folder), exist_ok=True)
     for name, data in seeds.items():
         with open(os.path.join(here, folder, name), "wb") as f:

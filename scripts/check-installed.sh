@@ -187,9 +187,12 @@ against_server() {
   done
   curl -fsS "$url/devices/sim" | grep '"state":"online"' >/dev/null || {
     echo "check-installed: the server's simulated register is not online" >&2; exit 1; }
+  # Stopped as systemd stops it (SIGTERM): a clean stop is status 0.
   kill $server
-  wait $server 2>/dev/null || true
-  say "verda-server from the packaged configuration answers /health, serves its console, its register online"
+  status=0
+  wait $server || status=$?
+  [ $status -eq 0 ] || { echo "check-installed: verda-server ended with $status on SIGTERM" >&2; exit 1; }
+  say "verda-server from the packaged configuration answers /health, serves its console, its register online, stops cleanly"
 }
 if [ -x "$usr/bin/verda-server" ]; then
   against_server

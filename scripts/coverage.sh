@@ -2,13 +2,16 @@
 # Line coverage of the whole test suite, by part, with a floor for each:
 #   the library (transport/ device/ api/ tools/ and the protocol core wire/)
 #   at least 97 %, the C interface (capi/, its generated wrappers included)
-#   at least 90 %, the simulator (sim/) and the tool (cli/) at least 89 %.
+#   at least 90 %, the simulator (sim/) and the tool (cli/) at least 89 %,
+#   verda-server (server/) at least 85 %.
 # Builds into build/coverage (or $1) with gcc's --coverage at -O0, runs every
 # test there, and prints one line a part; exits 1 when a part is below its
-# floor. The programs' main.cpp files are left out of the figures: the tests
-# run the simulator and the tool in their own process, through the libraries
-# that main() only wraps. Not part of the test command: another build would
-# cost it minutes.
+# floor. The simulator's and the tool's main.cpp are left out of the figures:
+# the tests run the simulator and the tool inside their own process, through
+# the libraries that main() only wraps. The server's main.cpp counts: its
+# tests run the real process and stop it as systemd does (SIGTERM), so that
+# its counts are written, and its main() holds the start's checks and the
+# stop. Not part of the test command: another build would cost it minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,7 +37,7 @@ find "$build" -name '*.gcda' -delete
 gcovr --root . --object-directory "$build" --json-summary "$build/coverage.json" \
   --filter 'transport/' --filter 'device/' --filter 'api/' --filter 'tools/' \
   --filter 'wire/' --filter 'capi/' --filter 'sim/' --filter 'cli/' --filter 'server/' \
-  --exclude '.*/main\.cpp$' >/dev/null 2>&1
+  --exclude '.*/(sim|cli)/main\.cpp$' >/dev/null 2>&1
 
 /usr/bin/python3 - "$build/coverage.json" <<'EOF'
 import json
@@ -46,7 +49,7 @@ parts = {
     "C interface": (("capi/",), 90.0),
     "simulator": (("sim/",), 89.0),
     "tool": (("cli/",), 89.0),
-    "server": (("server/",), None),
+    "server": (("server/",), 85.0),
 }
 files = json.load(open(sys.argv[1]))["files"]
 failed = False

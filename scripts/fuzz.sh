@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets with clang, AddressSanitizer and
 # UndefinedBehaviorSanitizer, and runs each for a bounded time from its seed
-# corpus: the exchange (fuzz/corpus) for two thirds of FUZZ_SECONDS (60 by
-# default), the reply scanner (fuzz/scanner_corpus) for the rest. Any
-# finding (a crash, a sanitizer report, a broken check, an exception other
-# than the short-frame length error, an input that hangs) fails the script;
-# the input is left in build/fuzz/artifacts/ and can be replayed with
+# corpus: the exchange (fuzz/corpus) for half of FUZZ_SECONDS (60 by
+# default), the reply scanner (fuzz/scanner_corpus) and the server's reading
+# of a request (fuzz/request_corpus) for a quarter each. Any finding (a
+# crash, a sanitizer report, a broken check, an exception other than the
+# short-frame length error or a refusal naming its field, an input that
+# hangs or takes memory without bound) fails the script; the input is left
+# in build/fuzz/artifacts/ and can be replayed with
 #   build/fuzz/fuzz/verda_exchange_fuzz build/fuzz/artifacts/<file>
 #   build/fuzz/fuzz/verda_scanner_fuzz build/fuzz/artifacts/<file>
+#   build/fuzz/fuzz/verda_request_fuzz build/fuzz/artifacts/<file>
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -18,7 +21,8 @@ echo "== $dir: configure"
 CXX=clang++ cmake -S . -B "$dir" -DVERDA_FUZZ=ON -DVERDA_SANITIZE=ON -DVERDA_BUILD_TESTS=OFF -DVERDA_WERROR=OFF \
   >/dev/null
 echo "== $dir: build"
-cmake --build "$dir" -j"${JOBS:-2}" --target verda_exchange_fuzz verda_scanner_fuzz
+cmake --build "$dir" -j"${JOBS:-2}" --target verda_exchange_fuzz verda_scanner_fuzz \
+  verda_request_fuzz
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
@@ -43,6 +47,7 @@ fuzz() {
     exit $status
   fi
 }
-fuzz exchange $((seconds * 2 / 3)) fuzz/corpus
-fuzz scanner $((seconds - seconds * 2 / 3)) fuzz/scanner_corpus
+fuzz exchange $((seconds / 2)) fuzz/corpus
+fuzz scanner $((seconds / 4)) fuzz/scanner_corpus
+fuzz request $((seconds - seconds / 2 - seconds / 4)) fuzz/request_corpus
 echo "== fuzzing found nothing"

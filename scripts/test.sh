@@ -51,5 +51,5 @@ run build/i386 -DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake
 bash scripts/check-installed.sh build/i386
 ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 run build/sanitize -DVERDA_SANITIZE=ON
 echo "== all three builds passed; the packages are in build/{native,i386}/installed-check/packages"
-# The exchange fuzz target, about a minute; a finding fails the run.
+# The fuzz targets, about a minute in all; a finding fails the run.
 bash scripts/fuzz.sh

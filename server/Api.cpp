@@ -16,7 +16,6 @@ namespace {
 
 const size_t kLargestBody = 1024 * 1024;
 const int kLongestDeadlineMs = 3600000;
-const size_t kLongestKey = 200;  // characters of an Idempotency-Key
 // How long a client turned away with 429 waits before it tries again, in seconds.
 const char kRetryAfter[] = "1";
 
@@ -211,20 +210,11 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
 }
 
 // A request that changes a register: the key, the body read whole into its
-// run before anything is recorded, then the worker (Worker::change).
-void Api::change(const httplib::Request& req, httplib::Response& res, const RequestKind& kind) {
+// run before anything is recorded (readOrder), then the worker (Worker::change).
+void Api::change(const httplib::Request& req, httplib::Response& res) {
     Worker& w = worker(req.matches[1]);
-    if (!req.has_header("Idempotency-Key"))
-        throw HttpError{400, "a request that changes the register needs an Idempotency-Key",
-                        "Idempotency-Key"};
-    const std::string key = req.get_header_value("Idempotency-Key");
-    std::string why;
-    if (key.empty() || !printable(key, why, kLongestKey))
-        throw HttpError{400, "1 to 200 printable characters", "Idempotency-Key"};
-    std::vector<std::string> parameters;
-    for (size_t i = 2; i < req.matches.size(); ++i) parameters.push_back(req.matches[i]);
-    const json body = parseBody(req);
-    const Task task = kind.prepare(body, parameters);  // bad input stops here, before the journal
+    const Order order = readOrder(req.method, req.path, req.headers, req.body);
+    const std::string& key = order.key;
     const auto until = deadline(req);
 
     // One request of a key at a time; a repeat waits for the first.
@@ -250,10 +240,10 @@ void Api::change(const httplib::Request& req, httplib::Response& res, const Requ
     r.device = w.id();
     r.method = req.method;
     r.route = req.path;
-    r.kind = journalKind(kind, parameters);
-    r.body = body;
-    r.hash = hashOf(req.method + " " + req.path + " " + body.dump());
-    send(res, w.change(r, task, until));
+    r.kind = journalKind(*order.kind, order.parameters);
+    r.body = order.body;
+    r.hash = hashOf(req.method + " " + req.path + " " + order.body.dump());
+    send(res, w.change(r, order.task, until));
 }
 
 void Api::refreshUnconfigured() {
@@ -408,11 +398,8 @@ void Api::install(httplib::Server& http) {
 
     // --- Requests that change a register, one route for each kind -------------------
     for (const RequestKind& kind : requestKinds())
-        route(http, kind.method, std::string("/devices/([^/]+)") + kind.pattern,
-              std::string("/devices/{id}") + kind.path,
-              [this, &kind](const httplib::Request& req, httplib::Response& res) {
-                  change(req, res, kind);
-              });
+        route(http, kind.method, routePattern(kind), std::string("/devices/{id}") + kind.path,
+              [this](const httplib::Request& req, httplib::Response& res) { change(req, res); });
     route(http, "GET", "/operations", "/operations",
           [](const httplib::Request&, httplib::Response& res) {
               send(res, 200, {{"operations", listOperations()}});

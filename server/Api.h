@@ -34,7 +34,7 @@ class Api {
     // A route whose answers are counted and timed under its pattern.
     void route(httplib::Server& http, const char* method, const std::string& pattern,
                const std::string& name, Handler handler);
-    void change(const httplib::Request& req, httplib::Response& res, const RequestKind& kind);
+    void change(const httplib::Request& req, httplib::Response& res);
     json settleByHand(const std::string& key, const json& body);
     void refreshUnconfigured();
     Worker& worker(const std::string& id);

@@ -1,5 +1,7 @@
 #include "RequestKinds.h"
 
+#include <regex>
+
 #include "OperationsByName.h"
 
 namespace server {
@@ -7,6 +9,10 @@ namespace server {
 namespace {
 
 const char kOperationKind[] = "operation:";
+const size_t kLongestKey = 200;  // characters of an Idempotency-Key
+// Longer than any route of a register whose id is a configuration's; the
+// routes' expressions are never run on more.
+const size_t kLongestPath = 512;
 
 Task receipt(const json& body, const std::vector<std::string>&) {
     const ReceiptOrder order = readReceipt(body);
@@ -102,6 +108,10 @@ const std::vector<RequestKind>& requestKinds() {
     return kinds;
 }
 
+std::string routePattern(const RequestKind& kind) {
+    return std::string("/devices/([^/]+)") + kind.pattern;
+}
+
 std::string journalKind(const RequestKind& kind, const std::vector<std::string>& parameters) {
     if (kind.fiscal == Fiscal::ByName) return kind.kind + parameters.at(0);
     return kind.kind;
@@ -116,6 +126,44 @@ Fiscal fiscalOf(const std::string& journalKind) {
     for (const RequestKind& kind : requestKinds())
         if (journalKind == kind.kind) return kind.fiscal;
     return Fiscal::No;
+}
+
+}  // namespace server
+
+namespace server {
+
+Order readOrder(const std::string& method, const std::string& path, const httplib::Headers& headers,
+                const std::string& body) {
+    // The routes as the HTTP server matches them.
+    static const std::vector<std::regex> routes = [] {
+        std::vector<std::regex> out;
+        for (const RequestKind& kind : requestKinds()) out.emplace_back(routePattern(kind));
+        return out;
+    }();
+    Order order;
+    std::smatch match;
+    if (path.size() <= kLongestPath)
+        for (size_t i = 0; i < routes.size() && order.kind == nullptr; ++i)
+            if (method == requestKinds()[i].method && std::regex_match(path, match, routes[i]))
+                order.kind = &requestKinds()[i];
+    if (order.kind == nullptr) throw BadInput{"route", "no request that changes a register"};
+    order.device = match[1];
+    for (size_t i = 2; i < match.size(); ++i) order.parameters.push_back(match[i]);
+
+    const auto key = headers.find("Idempotency-Key");
+    if (key == headers.end())
+        throw BadInput{"Idempotency-Key",
+                       "a request that changes the register needs an Idempotency-Key"};
+    std::string why;
+    if (key->second.empty() || !printable(key->second, why, kLongestKey))
+        throw BadInput{"Idempotency-Key", "1 to 200 printable characters"};
+    order.key = key->second;
+    if (!body.empty()) {
+        order.body = json::parse(body, nullptr, false);
+        if (order.body.is_discarded()) throw BadInput{"body", "the body is not valid JSON"};
+    }
+    order.task = order.kind->prepare(order.body, order.parameters);
+    return order;
 }
 
 }  // namespace server

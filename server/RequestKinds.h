@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include <httplib.h>
+
 #include "Procedures.h"
 
 namespace server {
@@ -40,11 +42,33 @@ struct RequestKind {
 };
 
 const std::vector<RequestKind>& requestKinds();
+// The kind's whole route as a regular expression, the register's id first:
+// "/devices/([^/]+)/receipts".
+std::string routePattern(const RequestKind& kind);
 
 // The journal's kind of a request of this kind and parameters.
 std::string journalKind(const RequestKind& kind, const std::vector<std::string>& parameters);
 // How a request of the journal's kind may fiscalise.
 Fiscal fiscalOf(const std::string& journalKind);
+
+// A request that changes a register, read whole from what its client sent,
+// before anything is recorded or sent: the register's id, the kind and the
+// parameters of its route, its key and its body, and the run that the body
+// makes.
+struct Order {
+    std::string device;
+    const RequestKind* kind = nullptr;
+    std::vector<std::string> parameters;
+    std::string key;
+    json body;  // null for an empty body
+    Task task;
+};
+// The one way from a method, a path (/devices/{id}/...), the headers and the
+// body to an Order: BadInput naming what is wrong ("route", the key's
+// header, "body" or the body's field) otherwise. Reaches no register and no
+// journal; the HTTP routes and the fuzz target both come through here.
+Order readOrder(const std::string& method, const std::string& path, const httplib::Headers& headers,
+                const std::string& body);
 
 }  // namespace server
 

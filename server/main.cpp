@@ -5,8 +5,13 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <thread>
@@ -23,6 +28,11 @@
 using namespace server;
 
 namespace {
+
+// How long a stop may take, beyond the clients' idle and read timeouts,
+// before the process ends regardless; with the default timeouts (5 s) within
+// systemd's TimeoutStopSec (verda-server.service).
+const std::chrono::seconds kStopGrace(20);
 
 const char kDescription[] =
     "verda-server: the shop's fiscal registers as an HTTP/JSON service with a journal that\n"
@@ -244,21 +254,52 @@ int main(int argc, char** argv) {
             "register is configured again, or by hand",
             {{"requests", unconfigured}});
 
+    // The stop: no new connection, then every register's queue stops (what
+    // waits there was never sent and is answered not-sent at once), and the
+    // request that a worker is running reaches a recorded state. A run that
+    // waits for its register gives up at the stop (the queue's pause ends),
+    // leaving its request not-sent, or ambiguous once it may have fiscalised,
+    // which the next start settles from the register; a command under way
+    // ends within the library's timeout. Each connection ends after its
+    // answer; one kept alive or silent ends at the client's idle or read
+    // timeout. The journal is closed last, and the status is 0. A grace
+    // bounds it all in case of a defect: past it the process ends with
+    // status 1, like a kill, which the journal survives.
+    const auto grace =
+        kStopGrace +
+        std::chrono::seconds(std::max(config.idleTimeoutMs, config.readTimeoutMs) / 1000);
+    std::atomic<bool> signalled{false}, ended{false};
     std::thread waiter([&] {
         int got = 0;
         sigwait(&signals, &got);
+        signalled = true;
+        if (ended) return;  // woken by the main thread: the server never ran
         logInfo("stopping", {{"signal", got}});
-        // What waits in the registers' queues was never sent: answered so
-        // (not-sent) at once, so that no connection outlives the server.
-        for (auto& w : workers) w.second->stop();
-        events.close();
+        std::thread([grace] {
+            std::this_thread::sleep_for(grace);
+            logError("the stop took longer than " + std::to_string(grace.count()) +
+                     " s; ending now: what was in flight is settled at the next start");
+            std::_Exit(1);
+        }).detach();
+        // A signal that comes before the listening loop has begun waits for it.
+        while (!http.is_running() && !ended)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
         http.stop();
+        events.close();
+        for (auto& w : workers) w.second->stop();
     });
-    waiter.detach();
     http.listen_after_bind();
+    ended = true;
+    if (!signalled) {
+        logError("the server stopped listening");
+        kill(getpid(), SIGTERM);  // wakes the waiter
+        waiter.join();
+        return 1;
+    }
+    waiter.join();
     theJournal.onHealthChange(nullptr);
-    for (auto& w : workers) w.second->stop();
     for (auto& s : simulated) s.second->stop();
     logInfo("stopped");
+    // The workers, then the journal (checkpointed and closed), end with this scope.
     return 0;
 }
