@@ -168,6 +168,13 @@ def checked(response, path, method, status=None):
         assert response.status_code == status, (response.status_code, response.text)
     documented = OPENAPI["paths"][path][method]["responses"].get(str(response.status_code))
     assert documented is not None, f"{method} {path}: status {response.status_code} is not documented: {response.text}"
+    if "$ref" in documented:  # an answer shared by many routes: #/components/responses/NAME
+        documented = OPENAPI["components"]["responses"][documented["$ref"].rsplit("/", 1)[1]]
+    # The headers that a client acts on: declared where they are sent.
+    if "Retry-After" in documented.get("headers", {}):
+        assert "Retry-After" in response.headers, (method, path)
+    if response.headers.get("Idempotent-Replayed"):
+        assert "Idempotent-Replayed" in documented.get("headers", {}), (method, path, response.status_code)
     content = documented["content"]
     if "application/json" in content:
         body = response.json()
