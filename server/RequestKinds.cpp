@@ -8,12 +8,12 @@ namespace {
 
 const char kOperationKind[] = "operation:";
 
-Task receipt(const json& body, const std::vector<std::string>&) {
-    const ReceiptOrder order = readReceipt(body);
+Task receipt(const json& body, const std::vector<std::string>&, const DeviceConfig& device) {
+    const ReceiptOrder order = readReceipt(body, device.paymentModes);
     return [order](Run& run) { return runReceipt(run, order); };
 }
 
-Task shiftOpen(const json& body, const std::vector<std::string>&) {
+Task shiftOpen(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     std::string cashier;
     if (!body.is_null()) {
         if (!body.is_object()) throw BadInput{"body", "must be an object"};
@@ -30,28 +30,28 @@ Task shiftOpen(const json& body, const std::vector<std::string>&) {
 }
 
 template <char type>
-Task report(const json& body, const std::vector<std::string>&) {
+Task report(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     readNothing(body);
     return [](Run& run) { return runReport(run, type); };
 }
 
 template <bool in>
-Task cash(const json& body, const std::vector<std::string>&) {
+Task cash(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const double amount = readCashAmount(body);
     return [amount](Run& run) { return runCash(run, in, amount); };
 }
 
-Task text(const json& body, const std::vector<std::string>&) {
+Task text(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const auto lines = readTextLines(body);
     return [lines](Run& run) { return runText(run, lines); };
 }
 
-Task drawer(const json& body, const std::vector<std::string>&) {
+Task drawer(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     readNothing(body);
     return [](Run& run) { return runDrawer(run); };
 }
 
-Task clock(const json& body, const std::vector<std::string>&) {
+Task clock(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const std::string datetime = readDateTime(body);
     return [datetime](Run& run) { return runSetClock(run, datetime); };
 }
@@ -63,19 +63,20 @@ int articleCode(const std::vector<std::string>& parameters) {
     return code;
 }
 
-Task putArticle(const json& body, const std::vector<std::string>& parameters) {
+Task putArticle(const json& body, const std::vector<std::string>& parameters, const DeviceConfig&) {
     const int code = articleCode(parameters);
     const ArticleOrder article = readArticle(body);
     return [code, article](Run& run) { return runPutArticle(run, code, article); };
 }
 
-Task deleteArticle(const json& body, const std::vector<std::string>& parameters) {
+Task deleteArticle(const json& body, const std::vector<std::string>& parameters,
+                   const DeviceConfig&) {
     const int code = articleCode(parameters);
     readNothing(body);
     return [code](Run& run) { return runDeleteArticle(run, code); };
 }
 
-Task operation(const json& body, const std::vector<std::string>& parameters) {
+Task operation(const json& body, const std::vector<std::string>& parameters, const DeviceConfig&) {
     return prepareCall(parameters.at(0), body);
 }
 

@@ -34,9 +34,11 @@ struct RequestKind {
     const char* pattern;  // the same as a regular expression: "/articles/([0-9]{1,6})"
     const char* kind;     // in the journal; "operation:" is followed by the operation's name
     Fiscal fiscal;        // for an operation by name: from the operation table
-    // Reads the body (and the path's parameters) into the run; BadInput for
-    // anything wrong, before the journal is touched.
-    Task (*prepare)(const json& body, const std::vector<std::string>& parameters);
+    // Reads the body (and the path's parameters) into the run, in the terms
+    // of the register's configuration; BadInput for anything wrong, before
+    // the journal is touched.
+    Task (*prepare)(const json& body, const std::vector<std::string>& parameters,
+                    const DeviceConfig& device);
 };
 
 const std::vector<RequestKind>& requestKinds();

@@ -93,7 +93,7 @@ class Server:
         self.log = open(self.folder / "server.log", "a")
         self.process = subprocess.Popen(args, stdout=subprocess.PIPE, stderr=self.log, text=True)
         self.url = first_line(self.process, "verda-server")
-        assert self.url.startswith("http://127.0.0.1:"), self.url
+        assert self.url.startswith(("http://127.0.0.1:", "https://127.0.0.1:")), self.url
 
     def stop(self, sig=signal.SIGTERM):
         if self.process.poll() is None:

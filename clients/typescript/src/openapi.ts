@@ -277,6 +277,23 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/devices/{id}/settings": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** What a POS needs before it sells: the register's tax groups with the rates it reports, and the payment modes by the names this server takes in payments[].mode (the register's configuration, payment_modes; by default cash 0 and card 1) */
+        get: operations["getSettings"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/devices/{id}/journal/{document}": {
         parameters: {
             query?: never;
@@ -585,7 +602,7 @@ export interface components {
             surcharge?: components["schemas"]["Adjustment"];
         } & (unknown | unknown);
         Payment: {
-            mode?: ("cash" | "card") | number;
+            mode?: string | number;
             /** @description 0 or absent: what is still due */
             amount?: number;
         };
@@ -889,6 +906,26 @@ export interface components {
             document: number;
             /** @constant */
             settled: "by-hand";
+        };
+        Settings: {
+            /** @description each tax group (a sale line's tax) with its rate in percent, as the register reports it */
+            tax_groups: {
+                group: number;
+                /** @description percent, 20.0 for 20 % */
+                rate: number;
+            }[];
+            /** @description where the rates come from */
+            tax_rates: {
+                /** @description the number of the Z report that set them */
+                z_report: number;
+                /** @description when they were entered, as the register gives it (empty when it gives nothing) */
+                entered: string;
+            };
+            /** @description the names that payments[].mode takes on this register, and the mode of each; a mode's number is taken too */
+            payment_modes: {
+                name: string;
+                mode: components["schemas"]["PaymentMode"];
+            }[];
         };
     };
     responses: {
@@ -2004,6 +2041,71 @@ export interface operations {
             504: {
                 headers: {
                     "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    getSettings: {
+        parameters: {
+            query?: never;
+            header?: {
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register's tax rates and the payment modes' names */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Settings"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
                     [name: string]: unknown;
                 };
                 content: {
