@@ -3,9 +3,9 @@
 #include <cmath>
 #include <set>
 
-namespace server {
+#include "common/Codes.h"
 
-const char* const kReceiptTypes[4] = {"sale", "return", "purchase", "purchase-return"};
+namespace server {
 
 namespace {
 
@@ -143,10 +143,9 @@ ReceiptOrder readReceipt(const json& body, const PaymentModes& modes) {
     ReceiptOrder order;
     if (f.has("type")) {
         const json& v = f.at("type");
-        bool known = false;
-        for (int i = 0; i < 4 && v.is_string(); ++i)
-            if (v.get<std::string>() == kReceiptTypes[i]) order.type = i, known = true;
-        if (!known) throw BadInput{"type", "sale, return, purchase or purchase-return"};
+        if (!v.is_string() ||
+            !codes::valueOf(codes::kReceiptType, v.get<std::string>().c_str(), order.type))
+            throw BadInput{"type", "sale, return, purchase or purchase-return"};
     }
     order.cashier = f.text("cashier", false);
     if (!f.has("lines")) throw BadInput{"lines", "missing"};

@@ -80,8 +80,6 @@ void readNothing(const json& body);
 // with the reason in why when not.
 bool printable(const std::string& text, std::string& why, size_t longest = 64);
 
-extern const char* const kReceiptTypes[4];
-
 }  // namespace server
 
 #endif

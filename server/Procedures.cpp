@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "Lifecycle.h"
+#include "common/Codes.h"
 #include "wire/Documents.h"
 
 namespace server {
@@ -21,6 +22,12 @@ const Operator& op(RegisterHandle& device) {
 
 std::string cashierOf(RegisterHandle& device, const std::string& cashier) {
     return cashier.empty() ? op(device).name : cashier;
+}
+
+// The open document's name; a register that gives no field has none open.
+const char* openName(char open) {
+    const char* name = codes::nameOf(codes::kOpenDocument, open);
+    return name != nullptr ? name : codes::nameOf(codes::kOpenDocument, VERDA_DOCUMENT_NONE);
 }
 
 }  // namespace
@@ -327,10 +334,9 @@ json readStatus(RegisterHandle& d) {
           {"minutes", shiftOpen ? json(shiftMinutes) : json()},
           {"receipts", receipts}}},
         {"document",
-         {{"open", open == '1'   ? "receipt"
-                   : open == '2' ? "service"
-                                 : "none"},
-          {"number", open == '1' || open == '2' ? json(number) : json()},
+         {{"open", openName(open)},
+          {"number", open == VERDA_DOCUMENT_RECEIPT || open == VERDA_DOCUMENT_SERVICE ? json(number)
+                                                                                      : json()},
           {"lines", items},
           {"total", money(amount)},
           {"paid", money(paid)}}},
