@@ -327,9 +327,10 @@ json Api::settleByHand(const std::string& key, const json& body) {
 }
 
 std::string Api::methodsOf(const std::string& path) const {
+    std::set<std::string> found;
     std::string out;
     for (const auto& r : routes_)
-        if (std::regex_match(path, r.second) && out.find(r.first) == std::string::npos)
+        if (std::regex_match(path, r.second) && found.insert(r.first).second)
             out += (out.empty() ? "" : ", ") + r.first;
     return out;
 }

@@ -117,7 +117,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     if (!journal.empty()) config.journal = journal;
-    // The token: the command line's, the environment's, then the file's.
+    // The token: --token or --token-file, else VERDA_TOKEN, else the configuration's.
     if (!token.empty() && !tokenFile.empty()) {
         std::fprintf(stderr, "verda-server: --token and --token-file: give one\n");
         return 2;
