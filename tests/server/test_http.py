@@ -325,3 +325,14 @@ def test_bad_payment_modes_in_the_configuration(programs, tmp_path, modes, messa
     config.write_text(json.dumps({"devices": [{"id": "sim", "transport": "sim", "payment_modes": modes}]}))
     status, errors = run_server(programs, tmp_path, "--config", str(config))
     assert status == 2 and "devices[0].payment_modes" in errors and message in errors, errors
+
+
+def test_one_version_everywhere(server_factory):
+    """The version that the server reports, the document it serves and the
+    document in the repository are one, the project's."""
+    server = server_factory()
+    served = server.get("/openapi.json").json()
+    assert served == OPENAPI
+    assert checked(server.get("/health"), "/health", "get", 200)["version"] == OPENAPI["info"]["version"]
+    version = subprocess.run([server.program, "--version"], capture_output=True, text=True, timeout=WAIT)
+    assert version.stdout.split() == ["verda-server", OPENAPI["info"]["version"]]
