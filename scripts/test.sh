@@ -19,12 +19,15 @@ install_missing cmake g++ g++-multilib googletest qemu-user locales pkg-config h
   libcli11-dev nlohmann-json3-dev \
   clang libclang-rt-14-dev libbenchmark-dev \
   abigail-tools python3 python3-pytest \
-  libcpp-httplib-dev libsqlite3-dev python3-requests python3-jsonschema python3-yaml prometheus curl \
+  libcpp-httplib-dev libssl-dev libsqlite3-dev python3-requests python3-jsonschema python3-yaml \
+  prometheus curl openssl \
   chromium chromium-driver python3-selenium
 # clang to libbenchmark-dev: the fuzz targets and the benchmarks; abigail-tools:
 # the ABI check of the C interface; python3-pytest: the Python package's tests;
 # libcpp-httplib-dev to curl: verda-server, its tests over HTTP (prometheus for
-# promtool, python3-yaml to read the alert rules) and the check of its package; chromium to python3-selenium: the
+# promtool, python3-yaml to read the alert rules) and the check of its
+# package; libssl-dev: its HTTPS; openssl: the certificates of its HTTPS tests;
+# chromium to python3-selenium: the
 # web console's tests in a real browser
 
 # The TypeScript client's npm packages, as its committed lock file names them

@@ -9,6 +9,7 @@
 #include "OperationsByName.h"
 #include "Orders.h"
 #include "ServerLog.h"
+#include "Settings.h"
 
 namespace server {
 
@@ -18,6 +19,11 @@ const size_t kLargestBody = 1024 * 1024;
 const int kLongestDeadlineMs = 3600000;
 // How long a client turned away with 429 waits before it tries again, in seconds.
 const char kRetryAfter[] = "1";
+// What a browser application may send and read from an allowed origin.
+const char kCorsRequestHeaders[] =
+    "Authorization, Content-Type, Idempotency-Key, X-Deadline-Ms, Last-Event-ID";
+const char kCorsExposedHeaders[] = "Idempotent-Replayed, Retry-After";
+const char kCorsMaxAgeSeconds[] = "600";
 
 // An answer other than success, thrown from a handler.
 struct HttpError {
@@ -203,6 +209,7 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
         shared_.metrics.request(name, method, res.status, seconds);
     };
     const std::string m = method;
+    routes_.emplace_back(m, std::regex(pattern));
     if (m == "GET") http.Get(pattern, wrapped);
     if (m == "POST") http.Post(pattern, wrapped);
     if (m == "PUT") http.Put(pattern, wrapped);
@@ -213,7 +220,9 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
 // run before anything is recorded (readOrder), then the worker (Worker::change).
 void Api::change(const httplib::Request& req, httplib::Response& res) {
     Worker& w = worker(req.matches[1]);
-    const Order order = readOrder(req.method, req.path, req.headers, req.body);
+    const Order order = readOrder(
+        req.method, req.path, req.headers, req.body,
+        [this](const std::string& id) -> const DeviceConfig& { return worker(id).config(); });
     const std::string& key = order.key;
     const auto until = deadline(req);
 
@@ -308,11 +317,59 @@ json Api::settleByHand(const std::string& key, const json& body) {
     return requestJson(*shared_.journal.get(key), true);
 }
 
+std::string Api::methodsOf(const std::string& path) const {
+    std::set<std::string> found;
+    std::string out;
+    for (const auto& r : routes_)
+        if (std::regex_match(path, r.second) && found.insert(r.first).second)
+            out += (out.empty() ? "" : ", ") + r.first;
+    return out;
+}
+
+bool Api::allowedOrigin(const httplib::Request& req) const {
+    if (!req.has_header("Origin")) return false;
+    const std::string origin = req.get_header_value("Origin");
+    for (const std::string& allowed : shared_.config.allowOrigins)
+        if (origin == allowed) return true;
+    return false;
+}
+
+// A browser asks before a request of another origin that carries a token, a
+// key or a JSON body. An origin not allowed is refused, with no CORS header:
+// the browser then sends nothing.
+void Api::preflight(const httplib::Request& req, httplib::Response& res) const {
+    const std::string methods = methodsOf(req.path);
+    if (methods.empty()) return sendError(res, 404, "no such route");
+    if (!req.has_header("Origin")) {
+        res.status = 204;
+        res.set_header("Allow", methods + ", OPTIONS");
+        return;
+    }
+    if (!allowedOrigin(req))
+        return sendError(res, 403, "this origin may not call the server (allow_origin)", "Origin");
+    res.status = 204;
+    res.set_header("Access-Control-Allow-Methods", methods);
+    res.set_header("Access-Control-Allow-Headers", kCorsRequestHeaders);
+    res.set_header("Access-Control-Max-Age", kCorsMaxAgeSeconds);
+}
+
 void Api::install(httplib::Server& http) {
     http.set_payload_max_length(kLargestBody);
     const std::string token = shared_.config.token;
     http.set_pre_routing_handler([this, token](const httplib::Request& req,
                                                httplib::Response& res) {
+        // A request without Content-Length or Transfer-Encoding has no body
+        // (curl -X POST sends such a request); the library would wait for the
+        // connection's end instead. The request is the library's own, not
+        // const: it is only handed here as const.
+        if ((req.method == "POST" || req.method == "PUT" || req.method == "DELETE") &&
+            !req.has_header("Content-Length") && !req.has_header("Transfer-Encoding"))
+            const_cast<httplib::Request&>(req).set_header("Content-Length", "0");
+        if (req.method == "OPTIONS") {
+            preflight(req, res);
+            shared_.metrics.request("preflight", req.method, res.status, 0);
+            return httplib::Server::HandlerResponse::Handled;
+        }
         if (token.empty() || isPublic(req)) return httplib::Server::HandlerResponse::Unhandled;
         const std::string expected = "Bearer " + token;
         const std::string given = req.get_header_value("Authorization");
@@ -331,15 +388,30 @@ void Api::install(httplib::Server& http) {
     // route (no route, a body too large, a request it cannot parse) gets one.
     http.set_error_handler(httplib::Server::HandlerWithResponse(
         [this](const httplib::Request& req, httplib::Response& res) {
-            if (res.status == 413)
+            const std::string methods = res.status == 404 ? methodsOf(req.path) : "";
+            if (res.status == 413) {
                 sendError(res, 400, "the body is over 1 MiB", "body");
-            else if (res.body.empty())
-                sendError(res, res.status, res.status == 404 ? "no such route" : "bad request");
-            else
+            } else if (!res.body.empty()) {
                 return httplib::Server::HandlerResponse::Unhandled;
+            } else if (!methods.empty()) {
+                // A known path asked with a method it does not take.
+                res.set_header("Allow", methods);
+                sendError(res, 405, "this route takes " + methods, "method");
+            } else {
+                sendError(res, res.status, res.status == 404 ? "no such route" : "bad request");
+            }
             shared_.metrics.request("unknown", req.method, res.status, 0);
             return httplib::Server::HandlerResponse::Handled;
         }));
+    // Every answer to an allowed origin, the refusals included, tells the
+    // browser that its application may read it.
+    if (!shared_.config.allowOrigins.empty())
+        http.set_post_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
+            res.set_header("Vary", "Origin");
+            if (!allowedOrigin(req)) return;
+            res.set_header("Access-Control-Allow-Origin", req.get_header_value("Origin"));
+            res.set_header("Access-Control-Expose-Headers", kCorsExposedHeaders);
+        });
 
     route(http, "GET", "/health", "/health",
           [this, token](const httplib::Request&, httplib::Response& res) {
@@ -390,9 +462,14 @@ void Api::install(httplib::Server& http) {
           [this](const httplib::Request& req, httplib::Response& res) {
               send(res, 200, worker(req.matches[1]).describe());
           });
-    route(http, "GET", "/errors/(-?[0-9]{1,9})", "/errors/{code}",
+    route(http, "GET", "/errors/([^/]+)", "/errors/{code}",
           [](const httplib::Request& req, httplib::Response& res) {
-              const int code = std::stoi(req.matches[1]);
+              const std::string text = req.matches[1];
+              const size_t sign = text[0] == '-' ? 1 : 0;
+              if (text.size() == sign || text.size() > sign + 9 ||
+                  text.find_first_not_of("0123456789", sign) != std::string::npos)
+                  throw HttpError{400, "a result code: a whole number, such as -9", "code"};
+              const int code = std::stoi(text);
               send(res, 200, {{"code", code}, {"text", verda_error_text(code)}});
           });
 
@@ -420,6 +497,11 @@ void Api::install(httplib::Server& http) {
     readRoute("/devices/([^/]+)/clock", "/devices/{id}/clock", [](const httplib::Request&) {
         return [](RegisterHandle& d) { return readClock(d); };
     });
+    readRoute("/devices/([^/]+)/settings", "/devices/{id}/settings",
+              [this](const httplib::Request& req) {
+                  const PaymentModes modes = worker(req.matches[1]).config().paymentModes;
+                  return [modes](RegisterHandle& d) { return readSettings(d, modes); };
+              });
     readRoute("/devices/([^/]+)/articles", "/devices/{id}/articles", [](const httplib::Request&) {
         return [](RegisterHandle& d) { return json{{"articles", readArticles(d)}}; };
     });

@@ -7,8 +7,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <regex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <httplib.h>
 
@@ -39,9 +41,17 @@ class Api {
     void refreshUnconfigured();
     Worker& worker(const std::string& id);
     Clock::time_point deadline(const httplib::Request& req);
+    // The methods of the routes whose pattern the path matches: "GET, PUT".
+    std::string methodsOf(const std::string& path) const;
+    // CORS: a preflight (OPTIONS) answered whole, and the headers of every
+    // answer to an allowed origin.
+    void preflight(const httplib::Request& req, httplib::Response& res) const;
+    bool allowedOrigin(const httplib::Request& req) const;
 
     Shared& shared_;
     std::map<std::string, std::unique_ptr<Worker>>& workers_;
+    // Every route's method and pattern, for 405 and OPTIONS.
+    std::vector<std::pair<std::string, std::regex>> routes_;
     // Keys being served now: a repeat waits for the first.
     std::mutex inflightMutex_;
     std::condition_variable inflightDone_;

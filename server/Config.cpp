@@ -1,10 +1,15 @@
 #include "Config.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cmath>
 #include <fstream>
 #include <set>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "common/Codes.h"
 
 namespace server {
 
@@ -93,10 +98,31 @@ class Reader {
     std::string where_;
 };
 
+// "payment_modes": {"NAME": MODE, ...}, the register's whole list of names.
+PaymentModes readPaymentModes(const Reader& r) {
+    const json& object = r.object("payment_modes");
+    Reader modes(object, r.where("payment_modes"));
+    PaymentModes out;
+    for (const auto& item : object.items()) {
+        const std::string& name = item.key();
+        bool plain = !name.empty() && name.size() <= 32;
+        for (const unsigned char c : name)
+            plain = plain && (std::isalnum(c) || c == '-' || c == '_' || c >= 0x80);
+        if (!plain)
+            throw modes.where(name) + ": a name of letters, digits, - and _ (1 to 32 bytes)";
+        const int mode = modes.number(name.c_str(), 0, 0, 255);
+        if (!codes::known(codes::kPaymentMode, mode))
+            throw modes.where(name) + ": not a payment mode of the register";
+        out.push_back({name, mode});
+    }
+    if (out.empty()) throw r.where("payment_modes") + ": names at least one mode";
+    return out;
+}
+
 void readDevice(const json& item, const std::string& where, DeviceConfig& d) {
     if (!item.is_object()) throw where + ": must be an object";
     Reader r(item, where);
-    r.known({"id", "transport", "timeout", "operator"});
+    r.known({"id", "transport", "timeout", "operator", "payment_modes"});
     d.id = r.text("id", "");
     if (!validId(d.id)) throw r.where("id") + ": letters, digits, - and _ (1 to 64)";
     const std::string transport = r.text("transport", "");
@@ -112,6 +138,20 @@ void readDevice(const json& item, const std::string& where, DeviceConfig& d) {
         d.op.name = op.text("name", d.op.name);
         d.op.till = op.number("till", d.op.till, 1, 9999);
     }
+    if (r.has("payment_modes")) d.paymentModes = readPaymentModes(r);
+}
+
+// A string or a list of strings.
+std::vector<std::string> texts(const json& root, const char* key) {
+    const json& v = root[key];
+    if (v.is_string()) return {v.get<std::string>()};
+    std::vector<std::string> out;
+    if (v.is_array())
+        for (const json& item : v)
+            if (item.is_string()) out.push_back(item.get<std::string>());
+    if (!v.is_array() || out.size() != v.size())
+        throw std::string(key) + ": must be a string or a list of strings";
+    return out;
 }
 
 }  // namespace
@@ -132,6 +172,73 @@ bool parseListen(const std::string& text, std::string& host, int& port) {
     if (colon == std::string::npos || colon == 0) return false;
     host = text.substr(0, colon);
     return parsePort(text.substr(colon + 1), port);
+}
+
+PaymentModes defaultPaymentModes() {
+    PaymentModes out;
+    for (const codes::Code& code : codes::kPaymentMode)
+        if (code.name != nullptr) out.push_back({code.name, code.value});
+    return out;
+}
+
+bool paymentModeOf(const PaymentModes& modes, const json& mode, int& value) {
+    if (mode.is_string()) {
+        for (const PaymentModeName& m : modes)
+            if (m.name == mode.get<std::string>()) {
+                value = m.mode;
+                return true;
+            }
+        return false;
+    }
+    // A whole number, also written as 1.0.
+    if (!mode.is_number()) return false;
+    const double number = mode.get<double>();
+    if (!(number >= 0 && number <= 255) || number != std::floor(number) ||
+        !codes::known(codes::kPaymentMode, static_cast<int>(number)))
+        return false;
+    value = static_cast<int>(number);
+    return true;
+}
+
+std::string paymentModesText(const PaymentModes& modes) {
+    std::string out;
+    for (size_t i = 0; i < modes.size(); ++i)
+        out += modes[i].name + (i + 2 < modes.size() ? ", " : i + 1 < modes.size() ? " or " : "");
+    int low = 255, high = 0;
+    for (const codes::Code& code : codes::kPaymentMode) {
+        low = std::min(low, code.value);
+        high = std::max(high, code.value);
+    }
+    return out + ", or a number from " + std::to_string(low) + " to " + std::to_string(high);
+}
+
+bool validOrigin(const std::string& origin) {
+    const size_t scheme = origin.find("://");
+    if (scheme == std::string::npos) return false;
+    const std::string protocol = origin.substr(0, scheme);
+    const std::string rest = origin.substr(scheme + 3);
+    if (protocol != "http" && protocol != "https") return false;
+    if (rest.empty() || rest.size() > 255) return false;
+    for (const unsigned char c : rest)
+        if (!std::isalnum(c) && c != '.' && c != '-' && c != ':' && c != '[' && c != ']')
+            return false;
+    return true;
+}
+
+bool readTokenFile(const std::string& path, std::string& token, std::string& error) {
+    std::ifstream file(path);
+    if (!file) {
+        error = "--token-file: cannot read " + path;
+        return false;
+    }
+    std::getline(file, token);
+    while (!token.empty() && (token.back() == '\r' || token.back() == ' ' || token.back() == '\t'))
+        token.pop_back();
+    if (token.empty()) {
+        error = "--token-file: " + path + " holds no token on its first line";
+        return false;
+    }
+    return true;
 }
 
 bool parseDevice(const std::string& text, DeviceConfig& device, std::string& error) {
@@ -169,11 +276,18 @@ bool loadConfig(const std::string& path, Config& c, std::string& error) {
         if (!root.is_object()) throw std::string("the file must hold one JSON object");
         Reader r(root, "");
         r.known({"listen", "token", "journal", "deadline_ms", "refresh_ms", "health_ms",
-                 "read_timeout_ms", "idle_timeout_ms", "http_threads", "queue_limit", "devices"});
+                 "read_timeout_ms", "idle_timeout_ms", "http_threads", "queue_limit", "devices",
+                 "allow_origin", "tls_cert", "tls_key"});
         if (r.has("listen") && !parseListen(r.text("listen", ""), c.listenHost, c.listenPort))
             throw std::string("listen: HOST:PORT, not \"") + r.text("listen", "") + "\"";
         c.token = r.text("token", c.token);
         c.journal = r.text("journal", c.journal);
+        if (r.has("allow_origin")) c.allowOrigins = texts(root, "allow_origin");
+        for (const std::string& origin : c.allowOrigins)
+            if (!validOrigin(origin))
+                throw "allow_origin: SCHEME://HOST[:PORT], not \"" + origin + "\"";
+        c.tlsCert = r.text("tls_cert", c.tlsCert);
+        c.tlsKey = r.text("tls_key", c.tlsKey);
         c.deadlineMs = r.number("deadline_ms", c.deadlineMs, 1, 3600000);
         c.refreshMs = r.number("refresh_ms", c.refreshMs, 100, 3600000);
         c.healthMs = r.number("health_ms", c.healthMs, 100, 3600000);

@@ -7,7 +7,25 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace server {
+
+// A name by which receipts may give a payment mode (payments[].mode).
+struct PaymentModeName {
+    std::string name;
+    int mode;
+};
+using PaymentModes = std::vector<PaymentModeName>;
+
+// The names that the register's codes give the payment modes (cash 0, card
+// 1): a register's names unless its configuration gives its own.
+PaymentModes defaultPaymentModes();
+// The mode of a payment's "mode": one of the names, or the number of a mode
+// the register has; false for anything else.
+bool paymentModeOf(const PaymentModes& modes, const nlohmann::json& mode, int& value);
+// What a payment's "mode" may be, for a refusal: "cash, card or a number from 0 to 5".
+std::string paymentModesText(const PaymentModes& modes);
 
 // Who the server acts as on a register, when a request names nobody.
 struct Operator {
@@ -26,6 +44,7 @@ struct DeviceConfig {
     int baud = 115200;
     int timeout = 0;  // the library's units; 0: the library's default
     Operator op;
+    PaymentModes paymentModes = defaultPaymentModes();
     std::string transport() const;  // as written: sim, tcp:HOST:PORT, serial:PATH@BAUD
 };
 
@@ -33,6 +52,11 @@ struct Config {
     std::string listenHost = "127.0.0.1";
     int listenPort = 8035;
     std::string token;
+    // Where browser applications may call from (CORS): exact origins,
+    // "https://pos.example:8443"; none by default.
+    std::vector<std::string> allowOrigins;
+    // HTTPS: the certificate chain and its private key (PEM); both or neither.
+    std::string tlsCert, tlsKey;
     std::string journal = "verda-server.db";
     int deadlineMs = 30000;  // how long a request may wait for its register
     int refreshMs = 2000;    // how often an idle register's status is read
@@ -52,6 +76,11 @@ bool loadConfig(const std::string& path, Config& config, std::string& error);
 bool parseDevice(const std::string& text, DeviceConfig& device, std::string& error);
 // HOST:PORT.
 bool parseListen(const std::string& text, std::string& host, int& port);
+// An origin of --allow-origin: SCHEME://HOST[:PORT], nothing after.
+bool validOrigin(const std::string& origin);
+// The bearer token from a file (--token-file): its first line, which must not
+// be empty; false with a message naming the file.
+bool readTokenFile(const std::string& path, std::string& token, std::string& error);
 
 }  // namespace server
 

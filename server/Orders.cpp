@@ -3,9 +3,9 @@
 #include <cmath>
 #include <set>
 
-namespace server {
+#include "common/Codes.h"
 
-const char* const kReceiptTypes[4] = {"sale", "return", "purchase", "purchase-return"};
+namespace server {
 
 namespace {
 
@@ -138,15 +138,14 @@ bool printable(const std::string& text, std::string& why, size_t longest) {
     return true;
 }
 
-ReceiptOrder readReceipt(const json& body) {
+ReceiptOrder readReceipt(const json& body, const PaymentModes& modes) {
     Fields f(body, "", {"type", "cashier", "lines", "discount", "surcharge", "payments", "text"});
     ReceiptOrder order;
     if (f.has("type")) {
         const json& v = f.at("type");
-        bool known = false;
-        for (int i = 0; i < 4 && v.is_string(); ++i)
-            if (v.get<std::string>() == kReceiptTypes[i]) order.type = i, known = true;
-        if (!known) throw BadInput{"type", "sale, return, purchase or purchase-return"};
+        if (!v.is_string() ||
+            !codes::valueOf(codes::kReceiptType, v.get<std::string>().c_str(), order.type))
+            throw BadInput{"type", "sale, return, purchase or purchase-return"};
     }
     order.cashier = f.text("cashier", false);
     if (!f.has("lines")) throw BadInput{"lines", "missing"};
@@ -184,18 +183,8 @@ ReceiptOrder readReceipt(const json& body) {
             const std::string path = "payments[" + std::to_string(i) + "]";
             Fields p(payments[i], path, {"mode", "amount"});
             Payment payment;
-            if (p.has("mode")) {
-                const json& mode = p.at("mode");
-                if (mode == "cash")
-                    payment.mode = 0;
-                else if (mode == "card")
-                    payment.mode = 1;
-                else if (mode.is_number_integer() && mode.get<long long>() >= 0 &&
-                         mode.get<long long>() <= 5)
-                    payment.mode = mode.get<int>();
-                else
-                    throw BadInput{p.name("mode"), "cash, card or a number from 0 to 5"};
-            }
+            if (p.has("mode") && !paymentModeOf(modes, p.at("mode"), payment.mode))
+                throw BadInput{p.name("mode"), paymentModesText(modes)};
             payment.amount = p.amount("amount", 0, kLargestAmount, false);
             order.payments.push_back(payment);
         }

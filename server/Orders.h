@@ -10,6 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Config.h"
+
 namespace server {
 
 using nlohmann::json;
@@ -51,7 +53,8 @@ struct ReceiptOrder {
     std::vector<std::string> text;
 };
 
-ReceiptOrder readReceipt(const json& body);
+// Payment modes by the register's names (its configuration's).
+ReceiptOrder readReceipt(const json& body, const PaymentModes& modes);
 // {"amount": N} of cash in and out, above 0.
 double readCashAmount(const json& body);
 // {"lines": [...]} of a service document.
@@ -76,8 +79,6 @@ void readNothing(const json& body);
 // Russian alphabet, at most `longest` characters (a line's by default);
 // with the reason in why when not.
 bool printable(const std::string& text, std::string& why, size_t longest = 64);
-
-extern const char* const kReceiptTypes[4];
 
 }  // namespace server
 

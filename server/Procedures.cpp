@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "Lifecycle.h"
+#include "common/Codes.h"
 #include "wire/Documents.h"
 
 namespace server {

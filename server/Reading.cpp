@@ -1,11 +1,18 @@
 #include "Reading.h"
 
 #include "Procedures.h"
+#include "common/Codes.h"
 #include "RequestJournal.h"
 
 namespace server {
 
 namespace {
+
+// The open document's name; a register that gives no field has none open.
+const char* openName(char open) {
+    const char* name = codes::nameOf(codes::kOpenDocument, open);
+    return name != nullptr ? name : codes::nameOf(codes::kOpenDocument, VERDA_DOCUMENT_NONE);
+}
 
 // A part of the reading, checked as every call of the register is: a lost
 // link comes out as LinkLost; a refusal is thrown when refusing matters.
@@ -25,13 +32,13 @@ json readDocument(RegisterHandle& d) {
     int number = 0, items = 0;
     double amount = 0, paid = 0;
     VERDA_CALL(d, FiscalTransactionsStatus, &open, &number, &items, &amount, &paid);
-    return {{"open", open == '1'   ? "receipt"
-                     : open == '2' ? "service"
-                                   : "none"},
-            {"number", open == '1' || open == '2' ? json(number) : json()},
-            {"lines", items},
-            {"total", money(amount)},
-            {"paid", money(paid)}};
+    return {
+        {"open", openName(open)},
+        {"number",
+         open == VERDA_DOCUMENT_RECEIPT || open == VERDA_DOCUMENT_SERVICE ? json(number) : json()},
+        {"lines", items},
+        {"total", money(amount)},
+        {"paid", money(paid)}};
 }
 
 }  // namespace

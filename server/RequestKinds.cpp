@@ -14,12 +14,12 @@ const size_t kLongestKey = 200;  // characters of an Idempotency-Key
 // routes' expressions are never run on more.
 const size_t kLongestPath = 512;
 
-Task receipt(const json& body, const std::vector<std::string>&) {
-    const ReceiptOrder order = readReceipt(body);
+Task receipt(const json& body, const std::vector<std::string>&, const DeviceConfig& device) {
+    const ReceiptOrder order = readReceipt(body, device.paymentModes);
     return [order](Run& run) { return runReceipt(run, order); };
 }
 
-Task shiftOpen(const json& body, const std::vector<std::string>&) {
+Task shiftOpen(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     std::string cashier;
     if (!body.is_null()) {
         if (!body.is_object()) throw BadInput{"body", "must be an object"};
@@ -36,28 +36,28 @@ Task shiftOpen(const json& body, const std::vector<std::string>&) {
 }
 
 template <char type>
-Task report(const json& body, const std::vector<std::string>&) {
+Task report(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     readNothing(body);
     return [](Run& run) { return runReport(run, type); };
 }
 
 template <bool in>
-Task cash(const json& body, const std::vector<std::string>&) {
+Task cash(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const double amount = readCashAmount(body);
     return [amount](Run& run) { return runCash(run, in, amount); };
 }
 
-Task text(const json& body, const std::vector<std::string>&) {
+Task text(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const auto lines = readTextLines(body);
     return [lines](Run& run) { return runText(run, lines); };
 }
 
-Task drawer(const json& body, const std::vector<std::string>&) {
+Task drawer(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     readNothing(body);
     return [](Run& run) { return runDrawer(run); };
 }
 
-Task clock(const json& body, const std::vector<std::string>&) {
+Task clock(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
     const std::string datetime = readDateTime(body);
     return [datetime](Run& run) { return runSetClock(run, datetime); };
 }
@@ -69,19 +69,20 @@ int articleCode(const std::vector<std::string>& parameters) {
     return code;
 }
 
-Task putArticle(const json& body, const std::vector<std::string>& parameters) {
+Task putArticle(const json& body, const std::vector<std::string>& parameters, const DeviceConfig&) {
     const int code = articleCode(parameters);
     const ArticleOrder article = readArticle(body);
     return [code, article](Run& run) { return runPutArticle(run, code, article); };
 }
 
-Task deleteArticle(const json& body, const std::vector<std::string>& parameters) {
+Task deleteArticle(const json& body, const std::vector<std::string>& parameters,
+                   const DeviceConfig&) {
     const int code = articleCode(parameters);
     readNothing(body);
     return [code](Run& run) { return runDeleteArticle(run, code); };
 }
 
-Task operation(const json& body, const std::vector<std::string>& parameters) {
+Task operation(const json& body, const std::vector<std::string>& parameters, const DeviceConfig&) {
     return prepareCall(parameters.at(0), body);
 }
 
@@ -133,7 +134,7 @@ Fiscal fiscalOf(const std::string& journalKind) {
 namespace server {
 
 Order readOrder(const std::string& method, const std::string& path, const httplib::Headers& headers,
-                const std::string& body) {
+                const std::string& body, const DeviceOf& deviceOf) {
     // The routes as the HTTP server matches them.
     static const std::vector<std::regex> routes = [] {
         std::vector<std::regex> out;
@@ -162,7 +163,7 @@ Order readOrder(const std::string& method, const std::string& path, const httpli
         order.body = json::parse(body, nullptr, false);
         if (order.body.is_discarded()) throw BadInput{"body", "the body is not valid JSON"};
     }
-    order.task = order.kind->prepare(order.body, order.parameters);
+    order.task = order.kind->prepare(order.body, order.parameters, deviceOf(order.device));
     return order;
 }
 

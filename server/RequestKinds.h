@@ -36,9 +36,11 @@ struct RequestKind {
     const char* pattern;  // the same as a regular expression: "/articles/([0-9]{1,6})"
     const char* kind;     // in the journal; "operation:" is followed by the operation's name
     Fiscal fiscal;        // for an operation by name: from the operation table
-    // Reads the body (and the path's parameters) into the run; BadInput for
-    // anything wrong, before the journal is touched.
-    Task (*prepare)(const json& body, const std::vector<std::string>& parameters);
+    // Reads the body (and the path's parameters) into the run, in the terms
+    // of the register's configuration; BadInput for anything wrong, before
+    // the journal is touched.
+    Task (*prepare)(const json& body, const std::vector<std::string>& parameters,
+                    const DeviceConfig& device);
 };
 
 const std::vector<RequestKind>& requestKinds();
@@ -67,8 +69,11 @@ struct Order {
 // body to an Order: BadInput naming what is wrong ("route", the key's
 // header, "body" or the body's field) otherwise. Reaches no register and no
 // journal; the HTTP routes and the fuzz target both come through here.
+// deviceOf gives the configuration of the register that the path names (its
+// payment modes), or throws for an id that names none.
+using DeviceOf = std::function<const DeviceConfig&(const std::string& id)>;
 Order readOrder(const std::string& method, const std::string& path, const httplib::Headers& headers,
-                const std::string& body);
+                const std::string& body, const DeviceOf& deviceOf);
 
 }  // namespace server
 

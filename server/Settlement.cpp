@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "ServerLog.h"
+#include "common/Codes.h"
 #include "wire/Documents.h"
 
 namespace server {
@@ -91,10 +92,11 @@ json closingOf(const Request& r) {
 }
 
 char receiptKind(const Request& r) {
-    const std::string type = r.body.is_object() ? r.body.value("type", "sale") : "sale";
-    for (int i = 0; i < 4; ++i)
-        if (type == kReceiptTypes[i]) return wire::document::kReceiptKinds[i];
-    return 0;
+    const char* sale = codes::nameOf(codes::kReceiptType, VERDA_RECEIPT_SALE);
+    const std::string type = r.body.is_object() ? r.body.value("type", sale) : sale;
+    int value = 0;
+    if (!codes::valueOf(codes::kReceiptType, type.c_str(), value)) return 0;
+    return wire::document::kReceiptKinds[value];
 }
 
 json summary(const json& document) {

@@ -31,6 +31,7 @@ class Worker {
     void stop();
 
     const std::string& id() const { return config_.id; }
+    const DeviceConfig& config() const { return config_; }
     bool simulated() const { return config_.kind == DeviceConfig::Simulated; }
     const std::string& paperFile() const { return paperFile_; }
 

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <unistd.h>
 
@@ -79,8 +80,8 @@ std::vector<std::string> foldersOfRegisters(const std::string& folder) {
 
 int main(int argc, char** argv) {
     CLI::App app{kDescription, "verda-server"};
-    std::string configFile, listen, journal, token;
-    std::vector<std::string> devices;
+    std::string configFile, listen, journal, token, tokenFile, tlsCert, tlsKey;
+    std::vector<std::string> devices, origins;
     bool newJournal = false;
     app.add_option("--config", configFile, "configuration file (JSON with comments)");
     app.add_option("--listen", listen,
@@ -88,7 +89,17 @@ int main(int argc, char** argv) {
     app.add_option("--device", devices,
                    "a register: ID=tcp:HOST:PORT, ID=serial:PATH[@BAUD] or ID=sim (repeatable)");
     app.add_option("--journal", journal, "the journal's SQLite file (default verda-server.db)");
-    app.add_option("--token", token, "a bearer token every request but GET /health must carry");
+    app.add_option("--token", token,
+                   "a bearer token every request but GET /health must carry (seen by anyone who "
+                   "lists the processes: beyond 127.0.0.1 give --token-file or VERDA_TOKEN)");
+    app.add_option("--token-file", tokenFile,
+                   "the bearer token, on the first line of a file (or in the environment as "
+                   "VERDA_TOKEN)");
+    app.add_option("--allow-origin", origins,
+                   "SCHEME://HOST[:PORT] of a browser application that may call the server "
+                   "(CORS; repeatable)");
+    app.add_option("--tls-cert", tlsCert, "serve HTTPS with this certificate chain (PEM)");
+    app.add_option("--tls-key", tlsKey, "the private key of --tls-cert (PEM)");
     app.add_flag("--new-journal", newJournal,
                  "start on a new, empty journal where the registers' folders show that there was "
                  "one (its requests in flight are then settled by nobody)");
@@ -115,7 +126,38 @@ int main(int argc, char** argv) {
         return 2;
     }
     if (!journal.empty()) config.journal = journal;
+    // The token: --token or --token-file, else VERDA_TOKEN, else the configuration's.
+    if (!token.empty() && !tokenFile.empty()) {
+        std::fprintf(stderr, "verda-server: --token and --token-file: give one\n");
+        return 2;
+    }
+    if (!tokenFile.empty() && !readTokenFile(tokenFile, token, error)) {
+        std::fprintf(stderr, "verda-server: %s\n", error.c_str());
+        return 2;
+    }
+    const char* environmentToken = std::getenv("VERDA_TOKEN");
+    if (token.empty() && environmentToken != nullptr && environmentToken[0] != 0)
+        token = environmentToken;
     if (!token.empty()) config.token = token;
+    for (const std::string& origin : origins)
+        if (!validOrigin(origin)) {
+            std::fprintf(stderr, "verda-server: --allow-origin: SCHEME://HOST[:PORT], not \"%s\"\n",
+                         origin.c_str());
+            return 2;
+        }
+    if (!origins.empty()) config.allowOrigins = origins;
+    if (!tlsCert.empty()) config.tlsCert = tlsCert;
+    if (!tlsKey.empty()) config.tlsKey = tlsKey;
+    if (config.tlsCert.empty() != config.tlsKey.empty()) {
+        std::fprintf(stderr, "verda-server: --tls-cert and --tls-key go together\n");
+        return 2;
+    }
+    for (const std::string* file : {&config.tlsCert, &config.tlsKey})
+        if (!file->empty() && access(file->c_str(), R_OK) != 0) {
+            std::fprintf(stderr, "verda-server: %s: cannot read %s\n",
+                         file == &config.tlsCert ? "--tls-cert" : "--tls-key", file->c_str());
+            return 2;
+        }
     if (!devices.empty()) config.devices.clear();
     for (const std::string& text : devices) {
         DeviceConfig d;
@@ -130,6 +172,23 @@ int main(int argc, char** argv) {
             }
         config.devices.push_back(d);
     }
+    // HTTPS when a certificate is given: the same routes over TLS (OpenSSL).
+    std::unique_ptr<httplib::Server> server;
+    if (config.tlsCert.empty()) {
+        server.reset(new httplib::Server);
+    } else {
+        auto secure =
+            std::make_unique<httplib::SSLServer>(config.tlsCert.c_str(), config.tlsKey.c_str());
+        if (!secure->is_valid()) {
+            std::fprintf(stderr,
+                         "verda-server: --tls-cert %s and --tls-key %s: not a PEM certificate "
+                         "chain and its private key\n",
+                         config.tlsCert.c_str(), config.tlsKey.c_str());
+            return 2;
+        }
+        server = std::move(secure);
+    }
+    httplib::Server& http = *server;
     if (config.devices.empty()) {
         DeviceConfig simulated;
         simulated.id = "sim";
@@ -190,7 +249,6 @@ int main(int argc, char** argv) {
         logError(e.what());
         return 1;
     }
-    httplib::Server http;
     const size_t threads = static_cast<size_t>(config.httpThreads);
     http.new_task_queue = [threads] { return new HttpPool(threads); };
     const time_t readSeconds = config.readTimeoutMs / 1000;
@@ -229,7 +287,8 @@ int main(int argc, char** argv) {
     // connect at once would find connections reset. Listening again sets it.
     if (listening >= 0) ::listen(listening, SOMAXCONN);
     // The first line of standard output tells a person or a script where to go.
-    std::printf("http://%s:%d\n", config.listenHost.c_str(), port);
+    std::printf("%s://%s:%d\n", config.tlsCert.empty() ? "http" : "https",
+                config.listenHost.c_str(), port);
     std::fflush(stdout);
     // The library writes its transport messages to standard output too; they
     // come after the address.
@@ -246,7 +305,9 @@ int main(int argc, char** argv) {
     logInfo("listening", {{"address", config.listenHost + ":" + std::to_string(port)},
                           {"journal", config.journal},
                           {"devices", registers},
-                          {"token", !config.token.empty()}});
+                          {"token", !config.token.empty()},
+                          {"tls", !config.tlsCert.empty()},
+                          {"allow_origin", config.allowOrigins}});
     const json unconfigured = api.unconfigured();
     if (!unconfigured.empty())
         logWarn(

@@ -93,7 +93,7 @@ class Server:
         self.log = open(self.folder / "server.log", "a")
         self.process = subprocess.Popen(args, stdout=subprocess.PIPE, stderr=self.log, text=True)
         self.url = first_line(self.process, "verda-server")
-        assert self.url.startswith("http://127.0.0.1:"), self.url
+        assert self.url.startswith(("http://127.0.0.1:", "https://127.0.0.1:")), self.url
 
     def stop(self, sig=signal.SIGTERM):
         # The client's connections kept alive are closed first, as a client
@@ -171,6 +171,13 @@ def checked(response, path, method, status=None):
         assert response.status_code == status, (response.status_code, response.text)
     documented = OPENAPI["paths"][path][method]["responses"].get(str(response.status_code))
     assert documented is not None, f"{method} {path}: status {response.status_code} is not documented: {response.text}"
+    if "$ref" in documented:  # an answer shared by many routes: #/components/responses/NAME
+        documented = OPENAPI["components"]["responses"][documented["$ref"].rsplit("/", 1)[1]]
+    # The headers that a client acts on: declared where they are sent.
+    if "Retry-After" in documented.get("headers", {}):
+        assert "Retry-After" in response.headers, (method, path)
+    if response.headers.get("Idempotent-Replayed"):
+        assert "Idempotent-Replayed" in documented.get("headers", {}), (method, path, response.status_code)
     content = documented["content"]
     if "application/json" in content:
         body = response.json()

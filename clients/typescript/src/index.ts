@@ -19,7 +19,7 @@ import createFetchClient, { type Client } from "openapi-fetch";
 
 import type { components, paths } from "./openapi.js";
 
-export type { components, paths } from "./openapi.js";
+export type { components, operations, paths } from "./openapi.js";
 
 type Schemas = components["schemas"];
 export type ReceiptRequest = Schemas["ReceiptRequest"];

@@ -12,35 +12,7 @@ export interface paths {
             cookie?: never;
         };
         /** The server runs (no token needed) */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description ok */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Health"];
-                    };
-                };
-                /** @description the journal cannot be written: no change is sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Health"];
-                    };
-                };
-            };
-        };
+        get: operations["getHealth"];
         put?: never;
         post?: never;
         delete?: never;
@@ -57,35 +29,7 @@ export interface paths {
             cookie?: never;
         };
         /** Prometheus text format */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description metrics */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "text/plain": string;
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getMetrics"];
         put?: never;
         post?: never;
         delete?: never;
@@ -102,35 +46,7 @@ export interface paths {
             cookie?: never;
         };
         /** This document */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the document */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": Record<string, never>;
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getOpenApiDocument"];
         put?: never;
         post?: never;
         delete?: never;
@@ -147,26 +63,7 @@ export interface paths {
             cookie?: never;
         };
         /** The web console: a page for the shop's technician, built on this API (no token needed: the page holds no data and asks for the token) */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the page */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "text/html": string;
-                    };
-                };
-            };
-        };
+        get: operations["getConsolePage"];
         put?: never;
         post?: never;
         delete?: never;
@@ -183,39 +80,7 @@ export interface paths {
             cookie?: never;
         };
         /** The web console's other files (style, scripts, icon; no token needed) */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path: {
-                    file: string;
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the file */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "text/css": string;
-                        "text/javascript": string;
-                        "image/svg+xml": string;
-                    };
-                };
-                /** @description no such file */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getConsoleFile"];
         put?: never;
         post?: never;
         delete?: never;
@@ -232,35 +97,7 @@ export interface paths {
             cookie?: never;
         };
         /** Every register, from its last reading */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description registers */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Device"][];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["listDevices"];
         put?: never;
         post?: never;
         delete?: never;
@@ -277,46 +114,7 @@ export interface paths {
             cookie?: never;
         };
         /** One register, from its last reading (never waits for the register) */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the register */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Device"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getDevice"];
         put?: never;
         post?: never;
         delete?: never;
@@ -335,110 +133,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** A whole receipt: open, lines, subtotal, payments, close */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["ReceiptRequest"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["ReceiptCommitted"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["registerReceipt"];
         delete?: never;
         options?: never;
         head?: never;
@@ -455,112 +150,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** Open the shift */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": {
-                        cashier?: string;
-                    };
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["ShiftOpened"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["openShift"];
         delete?: never;
         options?: never;
         head?: never;
@@ -577,115 +167,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** X report */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["printXReport"];
         delete?: never;
         options?: never;
         head?: never;
@@ -702,106 +184,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** Z report: closes the shift */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["printZReport"];
         delete?: never;
         options?: never;
         head?: never;
@@ -818,110 +201,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** Cash into the drawer */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["CashRequest"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["cashIn"];
         delete?: never;
         options?: never;
         head?: never;
@@ -938,110 +218,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** Cash out of the drawer */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["CashRequest"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["cashOut"];
         delete?: never;
         options?: never;
         head?: never;
@@ -1058,119 +235,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** A service document of free lines */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["TextRequest"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["TextPrinted"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["printText"];
         delete?: never;
         options?: never;
         head?: never;
@@ -1187,115 +252,7 @@ export interface paths {
         get?: never;
         put?: never;
         /** Open the cash drawer */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["openDrawer"];
         delete?: never;
         options?: never;
         head?: never;
@@ -1310,200 +267,26 @@ export interface paths {
             cookie?: never;
         };
         /** The register's clock */
-        get: {
-            parameters: {
-                query?: never;
-                header?: {
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the register's answer */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Clock"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getClock"];
         /** Set the register's clock */
-        put: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["Clock"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
+        put: operations["setClock"];
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/devices/{id}/settings": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
         };
+        /** What a POS needs before it sells: the register's tax groups with the rates it reports, and the payment modes by the names this server takes in payments[].mode (the register's configuration, payment_modes; by default cash 0 and card 1) */
+        get: operations["getSettings"];
+        put?: never;
         post?: never;
         delete?: never;
         options?: never;
@@ -1519,90 +302,7 @@ export interface paths {
             cookie?: never;
         };
         /** A document read back from the electronic journal */
-        get: {
-            parameters: {
-                query?: {
-                    /** @description fiscal: the fiscal document number (as in a receipt's answer); number: the register's document number */
-                    by?: "fiscal" | "number";
-                };
-                header?: {
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                    document: number;
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the register's answer */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["JournalDocument"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getJournalDocument"];
         put?: never;
         post?: never;
         delete?: never;
@@ -1619,86 +319,7 @@ export interface paths {
             cookie?: never;
         };
         /** The article database */
-        get: {
-            parameters: {
-                query?: never;
-                header?: {
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the register's answer */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Articles"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["listArticles"];
         put?: never;
         post?: never;
         delete?: never;
@@ -1716,230 +337,10 @@ export interface paths {
         };
         get?: never;
         /** Write an article */
-        put: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": components["schemas"]["ArticleRequest"];
-                };
-            };
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        put: operations["putArticle"];
         post?: never;
         /** Delete an article */
-        delete: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description committed */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description the outcome is not known yet (another register at the address after a restart): settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description bad input, naming the field; nothing was sent */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register, with its code and text; an open document was cancelled */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        delete: operations["deleteArticle"];
         options?: never;
         head?: never;
         patch?: never;
@@ -1953,49 +354,7 @@ export interface paths {
             cookie?: never;
         };
         /** A simulated register's paper, as it prints */
-        get: {
-            parameters: {
-                query?: {
-                    /** @description byte offset: the previous answer's next */
-                    from?: number;
-                };
-                header?: never;
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the text after from */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Paper"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register, or not simulated */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getPaper"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2012,37 +371,7 @@ export interface paths {
             cookie?: never;
         };
         /** The Russian text of a result code */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path: {
-                    code: number;
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the text */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["ErrorText"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getErrorText"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2059,51 +388,7 @@ export interface paths {
             cookie?: never;
         };
         /** Requests of the journal, newest first */
-        get: {
-            parameters: {
-                query?: {
-                    device?: string;
-                    state?: string;
-                    /** @description ms since 1970 or YYYY-MM-DDTHH:MM:SS[.mmm]Z */
-                    since?: string;
-                    until?: string;
-                    limit?: number;
-                };
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description requests */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["RequestList"];
-                    };
-                };
-                /** @description a bad filter */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["listRequests"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2120,46 +405,7 @@ export interface paths {
             cookie?: never;
         };
         /** A request with its body and every step */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path: {
-                    key: string;
-                };
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the request */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["RequestDetail"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such key */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["getRequest"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2181,84 +427,7 @@ export interface paths {
          * A person settles an ambiguous request: what the register shows (the electronic journal, the paper) decides
          * @description For a request that the server cannot settle: another register at the address, or a document past the witness that is not the request's. Recorded in the journal as a step settled-by-hand with its time; the register then takes changes again once nothing else is unsettled.
          */
-        post: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path: {
-                    key: string;
-                };
-                cookie?: never;
-            };
-            requestBody: {
-                content: {
-                    "application/json": {
-                        /** @constant */
-                        state: "committed";
-                        document: number;
-                    } | {
-                        /** @constant */
-                        state: "not-committed";
-                    };
-                };
-            };
-            responses: {
-                /** @description settled: the request as it now stands */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["RequestDetail"];
-                    };
-                };
-                /** @description bad input, naming the field */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such key */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the request is not ambiguous */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description journal-unavailable: the journal cannot be written */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["settleRequest"];
         delete?: never;
         options?: never;
         head?: never;
@@ -2273,37 +442,7 @@ export interface paths {
             cookie?: never;
         };
         /** Server-sent events: device (link or reading changed) and request (a step) */
-        get: {
-            parameters: {
-                query?: never;
-                header?: {
-                    "Last-Event-ID"?: number;
-                };
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description an event stream */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "text/event-stream": string;
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["streamEvents"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2325,120 +464,7 @@ export interface paths {
          * Any operation of the library by its name (see GET /operations), its inputs by parameter name
          * @description int and long: whole numbers; double: numbers; bool: true or false; char: one ASCII character or a byte 0 to 255; text: strings. Every input is required. A call of an operation that may fiscalise a document is witnessed and settled like the other requests.
          */
-        post: {
-            parameters: {
-                query?: never;
-                header: {
-                    /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
-                    "Idempotency-Key": components["parameters"]["IdempotencyKey"];
-                    /** @description how long the request may wait for an offline register before it fails with 503, not sent */
-                    "X-Deadline-Ms"?: components["parameters"]["Deadline"];
-                };
-                path: {
-                    id: components["parameters"]["DeviceId"];
-                    name: string;
-                };
-                cookie?: never;
-            };
-            requestBody?: {
-                content: {
-                    "application/json": Record<string, never>;
-                };
-            };
-            responses: {
-                /** @description the outputs */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["OperationCalled"] | components["schemas"]["SettledByHand"];
-                    };
-                };
-                /** @description ambiguous: settled later */
-                202: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Pending"];
-                    };
-                };
-                /** @description unknown operation (field name), a missing or wrong input (its name) */
-                400: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no such register */
-                404: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description the key was used with another body */
-                409: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description refused by the register or the interface */
-                422: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
-                429: {
-                    headers: {
-                        "Retry-After"?: number;
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description offline until the deadline, or settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
-                503: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-                /** @description no reply from the register */
-                504: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        post: operations["callOperation"];
         delete?: never;
         options?: never;
         head?: never;
@@ -2453,35 +479,7 @@ export interface paths {
             cookie?: never;
         };
         /** The library's operations with their parameters */
-        get: {
-            parameters: {
-                query?: never;
-                header?: never;
-                path?: never;
-                cookie?: never;
-            };
-            requestBody?: never;
-            responses: {
-                /** @description the operations */
-                200: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["OperationList"];
-                    };
-                };
-                /** @description missing or wrong token */
-                401: {
-                    headers: {
-                        [name: string]: unknown;
-                    };
-                    content: {
-                        "application/json": components["schemas"]["Error"];
-                    };
-                };
-            };
-        };
+        get: operations["listOperations"];
         put?: never;
         post?: never;
         delete?: never;
@@ -2610,7 +608,7 @@ export interface components {
             surcharge?: components["schemas"]["Adjustment"];
         } & (unknown | unknown);
         Payment: {
-            mode?: ("cash" | "card") | number;
+            mode?: string | number;
             /** @description 0 or absent: what is still due */
             amount?: number;
         };
@@ -2982,18 +980,1886 @@ export interface components {
                 text: string;
             }[];
         };
+        Settings: {
+            /** @description each tax group (a sale line's tax) with its rate in percent, as the register reports it */
+            tax_groups: {
+                group: number;
+                /** @description percent, 20.0 for 20 % */
+                rate: number;
+            }[];
+            /** @description where the rates come from */
+            tax_rates: {
+                /** @description the number of the Z report that set them */
+                z_report: number;
+                /** @description when they were entered, as the register gives it (empty when it gives nothing) */
+                entered: string;
+            };
+            /** @description the names that payments[].mode takes on this register, and the mode of each; a mode's number is taken too */
+            payment_modes: {
+                name: string;
+                mode: components["schemas"]["PaymentMode"];
+            }[];
+        };
     };
-    responses: never;
+    responses: {
+        /** @description bad input or a malformed request, naming the field (error.field); nothing was recorded or sent */
+        BadInput: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description missing or wrong token (Authorization: Bearer TOKEN) */
+        Unauthorized: {
+            headers: {
+                /** @description `Bearer` */
+                "WWW-Authenticate"?: string;
+                [name: string]: unknown;
+            };
+            content: {
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+        TooManyRequests: {
+            headers: {
+                "Retry-After": components["headers"]["RetryAfter"];
+                [name: string]: unknown;
+            };
+            content: {
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description a fault of the server itself, named in error.message */
+        ServerFault: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description journal-unavailable (error.reason): the journal cannot be read or written */
+        JournalUnavailable: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+    };
     parameters: {
         DeviceId: string;
         /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
         IdempotencyKey: string;
         /** @description how long the request may wait for an offline register before it fails with 503, not sent */
         Deadline: number;
+        /** @description the article's code in the register's database, 1 to 999999 */
+        ArticleCode: number;
     };
     requestBodies: never;
-    headers: never;
+    headers: {
+        /** @description `true` when the answer is the one recorded for an earlier request of the same key and body: nothing was sent to the register again */
+        IdempotentReplayed: "true";
+        /** @description seconds to wait before trying again */
+        RetryAfter: number;
+    };
     pathItems: never;
 }
 export type $defs = Record<string, never>;
-export type operations = Record<string, never>;
+export interface operations {
+    getHealth: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description ok */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Health"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            500: components["responses"]["ServerFault"];
+            /** @description the journal cannot be written: no change is sent */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Health"];
+                };
+            };
+        };
+    };
+    getMetrics: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description metrics */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "text/plain": string;
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    getOpenApiDocument: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the document */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": Record<string, never>;
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    getConsolePage: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the page */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "text/html": string;
+                };
+            };
+            400: components["responses"]["BadInput"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    getConsoleFile: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                file: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the file */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "text/css": string;
+                    "text/javascript": string;
+                    "image/svg+xml": string;
+                };
+            };
+            400: components["responses"]["BadInput"];
+            /** @description no such file */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    listDevices: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description registers */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Device"][];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    getDevice: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Device"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    registerReceipt: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["ReceiptRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["ReceiptCommitted"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    openShift: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": {
+                    cashier?: string;
+                };
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["ShiftOpened"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    printXReport: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    printZReport: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Report"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    cashIn: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["CashRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    cashOut: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["CashRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Cash"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    printText: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["TextRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["TextPrinted"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    openDrawer: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    getClock: {
+        parameters: {
+            query?: never;
+            header?: {
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register's answer */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Clock"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    setClock: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["Clock"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    getSettings: {
+        parameters: {
+            query?: never;
+            header?: {
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register's tax rates and the payment modes' names */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Settings"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    getJournalDocument: {
+        parameters: {
+            query?: {
+                /** @description fiscal: the fiscal document number (as in a receipt's answer); number: the register's document number */
+                by?: "fiscal" | "number";
+            };
+            header?: {
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+                document: number;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register's answer */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["JournalDocument"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    listArticles: {
+        parameters: {
+            query?: never;
+            header?: {
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the register's answer */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Articles"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    putArticle: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+                /** @description the article's code in the register's database, 1 to 999999 */
+                code: components["parameters"]["ArticleCode"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["ArticleRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    deleteArticle: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+                /** @description the article's code in the register's database, 1 to 999999 */
+                code: components["parameters"]["ArticleCode"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    getPaper: {
+        parameters: {
+            query?: {
+                /** @description byte offset: the previous answer's next */
+                from?: number;
+            };
+            header?: never;
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the text after from */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Paper"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register, or not simulated */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    getErrorText: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                code: number;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the text */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["ErrorText"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    listRequests: {
+        parameters: {
+            query?: {
+                device?: string;
+                state?: string;
+                /** @description ms since 1970 or YYYY-MM-DDTHH:MM:SS[.mmm]Z */
+                since?: string;
+                until?: string;
+                limit?: number;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description requests */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["RequestList"];
+                };
+            };
+            /** @description a bad filter */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+            503: components["responses"]["JournalUnavailable"];
+        };
+    };
+    getRequest: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                key: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the request */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["RequestDetail"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such key */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            500: components["responses"]["ServerFault"];
+            503: components["responses"]["JournalUnavailable"];
+        };
+    };
+    settleRequest: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                key: string;
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": {
+                    /** @constant */
+                    state: "committed";
+                    document: number;
+                } | {
+                    /** @constant */
+                    state: "not-committed";
+                };
+            };
+        };
+        responses: {
+            /** @description settled: the request as it now stands */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["RequestDetail"];
+                };
+            };
+            /** @description bad input, naming the field */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["Unauthorized"];
+            /** @description no such key */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the request is not ambiguous */
+            409: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            500: components["responses"]["ServerFault"];
+            /** @description journal-unavailable: the journal cannot be written */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    streamEvents: {
+        parameters: {
+            query?: never;
+            header?: {
+                "Last-Event-ID"?: number;
+            };
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description an event stream */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "text/event-stream": string;
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+    callOperation: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: {
+            content: {
+                "application/json": Record<string, never>;
+            };
+        };
+        responses: {
+            /** @description the outputs */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["OperationCalled"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description ambiguous: settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register or the interface */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description offline until the deadline, or settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    listOperations: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description the operations */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["OperationList"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            500: components["responses"]["ServerFault"];
+        };
+    };
+}

@@ -75,6 +75,22 @@ describe("a server with its simulated register", () => {
         assert.equal(await sales(client), Math.round((before + TOTAL) * 100) / 100);
     });
 
+    test("a sale pays by every payment mode that the register's settings name", async () => {
+        const { data, response } = await client.api.GET("/devices/{id}/settings", {
+            params: { path: { id: client.device } },
+        });
+        assert.equal(response.status, 200);
+        assert.ok(data && data.tax_groups.length === 6, "a rate for each tax group");
+        const modes = data.payment_modes.map((m) => m.name);
+        assert.ok(modes.length > 0);
+        const before = await sales(client);
+        for (const mode of modes) {
+            const sold = await client.sell({ ...BREAD, payments: [{ mode }] }, { key: randomUUID() });
+            assert.equal(printed(sold).total, TOTAL);
+        }
+        assert.equal(await sales(client), Math.round((before + modes.length * TOTAL) * 100) / 100);
+    });
+
     test("final answers are typed errors, and none is repeated", async () => {
         const reused = randomUUID();
         await client.sell(BREAD, { key: reused });
