@@ -91,6 +91,7 @@ json closingOf(const Request& r) {
 }
 
 char receiptKind(const Request& r) {
+    if (r.kind == kCorrectionKind) return wire::document::kReceiptKinds[VERDA_CORRECTION_SALE];
     const std::string type = r.body.is_object() ? r.body.value("type", "sale") : "sale";
     for (int i = 0; i < 4; ++i)
         if (type == kReceiptTypes[i]) return wire::document::kReceiptKinds[i];
