@@ -445,6 +445,40 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/devices/{id}/corrections": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /** A correction receipt: open, its payment with the sums by tax group, close */
+        post: operations["printCorrectionReceipt"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/devices/{id}/duplicate": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /** Print the last receipt again, marked as a copy */
+        post: operations["printDuplicateReceipt"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/devices/{id}/shift/open": {
         parameters: {
             query?: never;
@@ -472,7 +506,7 @@ export interface paths {
             requestBody: {
                 content: {
                     "application/json": {
-                        cashier?: string;
+                        cashier?: components["schemas"]["Cashier"];
                     };
                 };
             };
@@ -2590,33 +2624,42 @@ export interface components {
             changes: components["schemas"]["Changes"];
         };
         Adjustment: {
+            /** @description at most 2 decimals */
             sum?: number;
+            /** @description at most 2 decimals */
             percent?: number;
         } & (unknown | unknown);
         SaleLine: {
             name?: string;
+            /** @description at most 2 decimals: more is refused, never rounded */
             price?: number;
             article?: number;
+            /** @description at most 3 decimals */
             quantity?: number;
             tax?: number;
             department?: number;
             discount?: components["schemas"]["Adjustment"];
             surcharge?: components["schemas"]["Adjustment"];
+            unit?: components["schemas"]["Unit"];
+            subject?: components["schemas"]["SettlementSubject"];
+            method?: components["schemas"]["SettlementMethod"];
         } & (unknown | unknown);
         Payment: {
             mode?: ("cash" | "card") | number;
-            /** @description 0 or absent: what is still due */
+            /** @description 0 or absent: what is still due; at most 2 decimals */
             amount?: number;
         };
         ReceiptRequest: {
             /** @enum {unknown} */
             type?: "sale" | "return" | "purchase" | "purchase-return";
-            cashier?: string;
+            cashier?: components["schemas"]["Cashier"];
             lines: components["schemas"]["SaleLine"][];
             discount?: components["schemas"]["Adjustment"];
             surcharge?: components["schemas"]["Adjustment"];
             payments?: components["schemas"]["Payment"][];
-            text?: string[];
+            text?: components["schemas"]["TextLine"][];
+            buyer?: components["schemas"]["Buyer"];
+            tax_system?: components["schemas"]["TaxSystem"];
         };
         ReceiptCommitted: {
             /** @constant */
@@ -2909,6 +2952,38 @@ export interface components {
             /** @constant */
             settled: "by-hand";
         };
+        /** @description The cashier: a name (printed; the register then works as its operator 30), or the name and the cashier's tax number. Without one the register's configured operator's name is used. */
+        Cashier: string | {
+            name?: string;
+            /** @description the cashier's tax number (OperInn), 10 or 12 digits */
+            inn?: string;
+        };
+        /** @description The buyer's telephone (+ and digits) or e-mail address, for an electronic receipt (Buyer); printable ASCII. */
+        Buyer: string;
+        /** @description The shop's tax system as the register names it (VatSystem), sent byte for byte: printable ASCII. Absent: the register's own. */
+        TaxSystem: string;
+        Barcode: {
+            /** @description the register's kind of bar code, sent as its digit */
+            type: number;
+            /** @description the code's content, printable ASCII */
+            data: string;
+        };
+        /** @description A line printed after the sale lines: text of at most 48 characters (a line of more than 32 is printed across the paper's width), or a bar code. */
+        TextLine: string | {
+            barcode: components["schemas"]["Barcode"];
+        };
+        /** @description A correction receipt: booked by its sums alone, as TotalCorrecion takes them. */
+        CorrectionRequest: {
+            type?: components["schemas"]["CorrectionType"];
+            cashier?: components["schemas"]["Cashier"];
+            buyer?: components["schemas"]["Buyer"];
+            tax_system?: components["schemas"]["TaxSystem"];
+            mode?: components["schemas"]["PaymentMode"];
+            /** @description the receipt's amount, paid in the mode; at most 2 decimals */
+            amount: number;
+            /** @description the sums by tax group 1 to 6 (Tax_18, Tax_10, Corr_0, Corr_noNDS, Tax_18_118, Tax_10_110), each at most 2 decimals; those not given are 0 */
+            sums?: number[];
+        };
     };
     responses: never;
     parameters: {
@@ -2923,4 +2998,218 @@ export interface components {
     pathItems: never;
 }
 export type $defs = Record<string, never>;
-export type operations = Record<string, never>;
+export interface operations {
+    printCorrectionReceipt: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["CorrectionRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["ReceiptCommitted"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            /** @description bad input, naming the field; nothing was sent */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description missing or wrong token */
+            401: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+            429: {
+                headers: {
+                    "Retry-After"?: number;
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    printDuplicateReceipt: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            /** @description bad input, naming the field; nothing was sent */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description missing or wrong token */
+            401: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text (no receipt to copy, or a document open) */
+            422: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description too many requests wait for the register (queue_limit): nothing was recorded or sent; try again after Retry-After seconds */
+            429: {
+                headers: {
+                    "Retry-After"?: number;
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+}
