@@ -50,7 +50,7 @@ class Fields {
         if (!std::isfinite(value) || value < low || value > high)
             throw BadInput{field, "must be from " + number(low) + " to " + number(high)};
         const double scaled = value * std::pow(10.0, decimals);
-        if (std::fabs(scaled - std::round(scaled)) > 1e-6 * std::max(1.0, std::fabs(scaled)))
+        if (std::fabs(scaled - std::round(scaled)) > std::max(1e-6, std::fabs(scaled) * 1e-12))
             throw BadInput{field, "at most " + std::to_string(decimals) + " decimals"};
         return value;
     }

@@ -146,6 +146,7 @@ def line(**fields):
 # (what, body, field): each refused with 400, naming the field.
 REFUSED_RECEIPTS = [
     ("a price of three decimals", {"lines": [line(price=1.005)]}, "lines[0].price"),
+    ("a large price of three decimals", {"lines": [line(price=9999999.995)]}, "lines[0].price"),
     ("a quantity of four decimals", {"lines": [line(quantity=1.0005)]}, "lines[0].quantity"),
     ("a discount of three decimals", {"lines": [line(discount={"sum": 0.015})]}, "lines[0].discount.sum"),
     ("a percent of three decimals", {"lines": [line()], "surcharge": {"percent": 1.125}}, "surcharge.percent"),
@@ -198,6 +199,18 @@ def test_every_input_the_register_would_change_is_refused(shop):
     assert shop.device("sim")["fiscal_drive"]["last_document"] == before
     kinds = {r["kind"] for r in shop.get("/requests").json()["requests"]}
     assert kinds == {"shift-open"}
+
+
+def test_amounts_that_binary_numbers_only_approach_are_taken(shop):
+    """0.29 or 1.255 are no exact binary numbers, yet hold no more decimals
+    than the register keeps: taken as written."""
+    body = {"lines": [line(price=0.29, quantity=1.255), line(price=9999999.99, quantity=0.001)],
+            "payments": [{"mode": "card", "amount": 0.36}, {"mode": "cash"}]}
+    answer = checked(shop.change("/devices/sim/receipts", body), "/devices/{id}/receipts", "post", 200)
+    # 0.29 x 1.255 = 0.36395 and 9999999.99 x 0.001 = 9999.99999, each
+    # rounded to the kopeck by the register.
+    assert answer["total"] == 10000.36
+    assert round(sum(shop.x_report("sim")["sales"]), 2) == 10000.36
 
 
 def test_a_payment_refused_by_the_register_names_it(shop):
