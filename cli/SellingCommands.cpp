@@ -10,7 +10,7 @@ namespace {
 // The operator who works the register: --operator and --password, or the
 // named cashier of --cashier.
 struct OperatorText {
-    std::string number = "1", password, cashier;
+    std::string number = "1", password, cashier, inn;
 };
 
 void declareOperator(CLI::App& command, OperatorText& op) {
@@ -20,6 +20,7 @@ void declareOperator(CLI::App& command, OperatorText& op) {
     option(command, "--cashier", op.cashier, "NAME",
            "the cashier's name, printed on the document; the\n"
            "register then works as its operator 30");
+    option(command, "--cashier-inn", op.inn, "INN", "the cashier's tax number, 10 or 12 digits");
 }
 
 receipt::Cashier readOperator(const OperatorText& typed) {
@@ -28,6 +29,10 @@ receipt::Cashier readOperator(const OperatorText& typed) {
     op.password =
         toText(typed.password.empty() ? std::to_string(op.number) : typed.password, "--password");
     op.name = toText(typed.cashier, "--cashier");
+    op.inn = typed.inn;
+    if (!op.inn.empty() && ((op.inn.size() != 10 && op.inn.size() != 12) ||
+                            op.inn.find_first_not_of("0123456789") != std::string::npos))
+        throw UsageError("--cashier-inn: 10 or 12 digits, not " + op.inn);
     return op;
 }
 
@@ -45,7 +50,7 @@ void runShift(Session& session, const ShiftArgs& args) {
     verda_device* d = session.connect();
     int document = 0, sign = 0, shift = 0;
     session.check(verda_OpenShift(d, op.number, op.password.c_str(), op.till, "", "",
-                                  op.name.c_str(), "", &document, &sign, &shift),
+                                  op.name.c_str(), op.inn.c_str(), &document, &sign, &shift),
                   "OpenShift");
     printPairs(session.out(), {{"shift", std::to_string(shift)},
                                {"fiscal document", std::to_string(document)},
@@ -127,8 +132,16 @@ int readReceiptType(const std::string& text) {
 struct ReceiptArgs {
     std::vector<std::string> lines, pay;
     std::string discount, surcharge, tax = "1", dept = "1", type = "sale";
+    std::string unit = "0", subject = "0", method = "0", buyer, taxSystem;
     OperatorText op;
 };
+
+// A text that goes to the register byte for byte: printable ASCII.
+std::string toAscii(const std::string& text, const char* option) {
+    for (const char c : text)
+        if (c < 0x20 || c > 0x7E) throw UsageError(std::string(option) + ": printable ASCII only");
+    return text;
+}
 
 // A receipt that did not close: what became of it, then the failure. A lost
 // link while opening or closing is told by the failure alone.
@@ -165,7 +178,17 @@ void runReceipt(Session& session, const ReceiptArgs& args) {
     order.type = readReceiptType(args.type);
     order.adjustment = readAdjustment(args.discount, args.surcharge);
     if (args.lines.empty()) throw UsageError("no sale lines");
-    for (const std::string& arg : args.lines) order.lines.push_back(readLine(arg, tax, department));
+    order.buyer = toAscii(args.buyer, "--buyer");
+    order.taxSystem = toAscii(args.taxSystem, "--tax-system");
+    const int unit = toInt(args.unit, 0, receipt::kLargestAttribute, "--unit");
+    const int subject = toInt(args.subject, 0, receipt::kLargestAttribute, "--subject");
+    const int method = toInt(args.method, 0, receipt::kLargestAttribute, "--method");
+    for (const std::string& arg : args.lines) {
+        order.lines.push_back(readLine(arg, tax, department));
+        order.lines.back().unit = unit;
+        order.lines.back().subject = subject;
+        order.lines.back().method = method;
+    }
     for (const std::string& arg : args.pay) order.payments.push_back(readPayment(arg));
 
     const receipt::Outcome outcome = receipt::sell(session.connect(), order);
@@ -240,6 +263,16 @@ void addSellingCommands(Commands& commands) {
            "department of lines without one (default 1)");
     option(receiptCommand, "--type", receipt->type, "TYPE",
            "sale (default), return, purchase or purchase-return");
+    option(receiptCommand, "--unit", receipt->unit, "N",
+           "the lines' unit of measure, the register's number\n(default 0: none)");
+    option(receiptCommand, "--subject", receipt->subject, "N",
+           "what the lines sell, the register's number (default\n0: none)");
+    option(receiptCommand, "--method", receipt->method, "N",
+           "how the lines are settled, the register's number\n(default 0: none)");
+    option(receiptCommand, "--buyer", receipt->buyer, "CONTACT",
+           "the buyer's telephone or e-mail address, for an\nelectronic receipt");
+    option(receiptCommand, "--tax-system", receipt->taxSystem, "TEXT",
+           "the shop's tax system as the register names it");
     declareOperator(receiptCommand, receipt->op);
 
     auto amount = std::make_shared<std::vector<std::string>>();

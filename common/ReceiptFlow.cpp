@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "wire/RegisterText.h"
+
 namespace receipt {
 
 namespace {
+
+const size_t kFreeTextColumns = 32;
 
 // Amounts as the register keeps them, in kopecks.
 double kopecks(double value) {
@@ -18,22 +22,13 @@ class Sale {
         : d_(device), order_(order), observer_(observer), p_(out_.progress) {}
 
     Outcome run() {
-        const Cashier& c = order_.cashier;
-        observer_.sending();
-        if (!ok(Stage::Open, -1, "OpenFiscalInv",
-                verda_OpenFiscalInv(d_, c.number, c.password.c_str(), c.till, order_.type, "", "",
-                                    c.name.c_str(), "", &p_.slip, &document_, &shift_)))
-            return out_;
-        observer_.step(Stage::Open, -1, p_);
+        if (!open(order_.type, order_.cashier, order_.buyer, order_.taxSystem)) return out_;
         for (size_t i = 0; i < order_.lines.size(); ++i) {
             if (!sellLine(static_cast<int>(i))) return out_;
             observer_.step(Stage::Line, static_cast<int>(i), p_);
         }
         for (size_t i = 0; i < order_.text.size(); ++i) {
-            if (!ok(Stage::Text, static_cast<int>(i), "PrintFreeTextInFiscalInv",
-                    verda_PrintFreeTextInFiscalInv(d_, order_.text[i].c_str(), '0', '0', '0', '0',
-                                                   '0', '0')))
-                return out_;
+            if (!printText(static_cast<int>(i))) return out_;
             observer_.step(Stage::Text, static_cast<int>(i), p_);
         }
         double taxes[6] = {0};
@@ -59,7 +54,47 @@ class Sale {
         return close();
     }
 
+    Outcome runCorrection(const Correction& c) {
+        if (!open(c.type, c.cashier, c.buyer, c.taxSystem)) return out_;
+        const double* s = c.sums;
+        if (!ok(Stage::Payment, 0, "TotalCorrecion",
+                verda_TotalCorrecion(d_, c.mode, c.amount, s[0], s[1], s[2], s[3], s[4], s[5])))
+            return out_;
+        // The register takes the amount as the receipt's whole: paid exactly.
+        p_.total = c.amount;
+        p_.paid.push_back(c.amount);
+        observer_.step(Stage::Payment, 0, p_);
+        return close();
+    }
+
   private:
+    bool open(int type, const Cashier& c, const std::string& buyer, const std::string& taxSystem) {
+        observer_.sending();
+        if (!ok(Stage::Open, -1, "OpenFiscalInv",
+                verda_OpenFiscalInv(d_, c.number, c.password.c_str(), c.till, type, buyer.c_str(),
+                                    taxSystem.c_str(), c.name.c_str(), c.inn.c_str(), &p_.slip,
+                                    &document_, &shift_)))
+            return false;
+        observer_.step(Stage::Open, -1, p_);
+        return true;
+    }
+
+    bool printText(int index) {
+        const TextLine& line = order_.text[static_cast<size_t>(index)];
+        if (line.barcode != 0)
+            return ok(Stage::Text, index, "PrintBarCode",
+                      verda_PrintBarCode(d_, line.barcode, line.text.c_str(), 0));
+        // The register's free text line holds 32 characters on most models
+        // (the library cuts it there); a longer line goes as a text attached
+        // to the receipt, which the register prints across its paper.
+        if (wire::text::characters(line.text) > kFreeTextColumns)
+            return ok(Stage::Text, index, "SetFiscalInvParam",
+                      verda_SetFiscalInvParam(d_, VERDA_PARAMETER_TEXT, line.text.c_str()));
+        return ok(
+            Stage::Text, index, "PrintFreeTextInFiscalInv",
+            verda_PrintFreeTextInFiscalInv(d_, line.text.c_str(), '0', '0', '0', '0', '0', '0'));
+    }
+
     bool sellLine(int index) {
         const Line& line = order_.lines[static_cast<size_t>(index)];
         const Adjustment& a = line.adjustment;
@@ -69,8 +104,9 @@ class Sale {
                 Stage::Line, index, "RegisterArticleSale",
                 verda_RegisterArticleSale(d_, line.article, line.quantity, a.kind, a.value, &at));
         return ok(Stage::Line, index, "RegisterSale",
-                  verda_RegisterSale(d_, line.name.c_str(), line.tax, line.price, line.quantity, 0,
-                                     line.department, a.kind, a.value, 0.0, 0.0, 0, 0, &at));
+                  verda_RegisterSale(d_, line.name.c_str(), line.tax, line.price, line.quantity,
+                                     line.unit, line.department, a.kind, a.value, 0.0, 0.0,
+                                     line.subject, line.method, &at));
     }
 
     bool pay(int index, const Payment& payment, char& status) {
@@ -154,6 +190,11 @@ Outcome sell(verda_device* device, const Order& order, Observer& observer) {
 Outcome sell(verda_device* device, const Order& order) {
     Observer none;
     return sell(device, order, none);
+}
+
+Outcome correct(verda_device* device, const Correction& correction, Observer& observer) {
+    const Order none;
+    return Sale(device, none, observer).runCorrection(correction);
 }
 
 }  // namespace receipt

@@ -7,6 +7,10 @@
 //
 //   open ─► sale lines ─► free text lines ─► subtotal ─► payments ─► close
 //
+//   A correction receipt has no lines and no payments of its own: its
+//   opening, one payment with its sums by tax group, and its closing
+//   (correct()).
+//
 //   - A sale line is sold by name and price, or by its code in the
 //     register's article database, which holds its name, price, tax and
 //     department.
@@ -49,6 +53,10 @@ struct Adjustment {
     double value = 0;
 };
 
+// The largest number of a line's attribute (its unit, subject or method)
+// that the programs take: the register's numbers have at most three digits.
+const int kLargestAttribute = 999;
+
 // One sale line.
 struct Line {
     int article = 0;   // a code of the register's article database; 0: sold by name
@@ -58,8 +66,20 @@ struct Line {
     char tax = VERDA_TAX_GROUP_1;  // the register's tax group, one byte; by name only
     int department = 1;            // by name only
     Adjustment adjustment;         // on this line
-    // Room for the line's unit, subject and payment method (Unit, Sign and
-    // SignPay of the register's sale), sent as 0 today.
+    // The line's attributes, numbers whose meaning is the register's; 0 for
+    // none (by name only).
+    int unit = VERDA_UNIT_NONE;        // its unit of measure (Unit)
+    int subject = VERDA_SUBJECT_NONE;  // what it sells (Sign)
+    int method = VERDA_METHOD_NONE;    // how it is settled (SignPay)
+};
+
+// A line printed after the sale lines: text, or a bar code. A text of more
+// than 32 characters is attached to the receipt (SetFiscalInvParam, as a
+// text), which the register prints across its paper: 48 columns on a wide
+// model, where its free text line would be cut at 32.
+struct TextLine {
+    std::string text;  // UTF-8 text, or the bar code's content (printable ASCII)
+    char barcode = 0;  // 0: a line of text; else a bar code of this kind (PrintBarCode's Type)
 };
 
 // One payment.
@@ -74,18 +94,35 @@ struct Cashier {
     std::string password = "1";
     int till = 1;
     std::string name;  // UTF-8, printed; when given, the register works as its operator 30
-    // Room for the cashier's tax number (OperInn).
+    std::string inn;   // the cashier's tax number (OperInn), 10 or 12 digits; empty for none
 };
 
 struct Order {
     int type = VERDA_RECEIPT_SALE;  // a ReceiptType
     Cashier cashier;
     std::vector<Line> lines;
-    std::vector<std::string> text;  // UTF-8 lines printed after the sale lines
+    std::vector<TextLine> text;     // printed after the sale lines
     Adjustment adjustment;          // on the whole receipt, with the subtotal
     std::vector<Payment> payments;  // none: cash, what is due
-    // Room for the buyer's contact and the tax system (Buyer and VatSystem
-    // of the register's opening of a receipt).
+    // Sent to the register byte for byte, so printable ASCII: the buyer's
+    // telephone or e-mail address for an electronic receipt (Buyer), and the
+    // shop's tax system as the register names it (VatSystem); empty for none.
+    std::string buyer;
+    std::string taxSystem;
+};
+
+// A correction receipt: its opening (type a CorrectionType, the cashier,
+// buyer and tax system of an Order), then one payment of the amount with the
+// sums by tax group, as TotalCorrecion takes them.
+struct Correction {
+    int type = VERDA_CORRECTION_SALE;
+    Cashier cashier;
+    std::string buyer;
+    std::string taxSystem;
+    int mode = VERDA_PAYMENT_CASH;
+    double amount = 0;
+    double sums[6] = {0, 0, 0,
+                      0, 0, 0};  // Tax_18, Tax_10, Corr_0, Corr_noNDS, Tax_18_118, Tax_10_110
 };
 
 // The steps of the sequence.
@@ -161,6 +198,9 @@ class Observer {
 // refuses (VERDA_NOT_IN_CODE_PAGE) is a refusal of that line.
 Outcome sell(verda_device* device, const Order& order, Observer& observer);
 Outcome sell(verda_device* device, const Order& order);
+// Runs a correction receipt the same way: its steps are Open, Payment (index
+// 0) and Close, with the same cancel after a refusal.
+Outcome correct(verda_device* device, const Correction& correction, Observer& observer);
 
 }  // namespace receipt
 

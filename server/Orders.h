@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Config.h"
+#include "common/ReceiptFlow.h"
 
 namespace server {
 
@@ -21,40 +22,20 @@ struct BadInput {
     std::string text;
 };
 
-// A discount or surcharge in the register's terms: kind '0' none, '1'
-// discount in percent, '2' discount as a sum, '3' and '4' the same for a
-// surcharge.
-struct Adjustment {
-    char kind = '0';
-    double value = 0;
-};
-
-struct SaleLine {
-    int article = 0;  // a code of the register's article database, or 0
-    std::string name;
-    double price = 0;
-    double quantity = 1;
-    int tax = 1;
-    int department = 1;
-    Adjustment adjustment;
-};
-
-struct Payment {
-    int mode = 0;       // 0 cash, 1 card, 2..5 the register's other kinds
-    double amount = 0;  // 0: what is still due
-};
-
-struct ReceiptOrder {
-    int type = 0;  // 0 sale, 1 return, 2 purchase, 3 purchase-return
-    std::string cashier;
-    std::vector<SaleLine> lines;
-    Adjustment adjustment;
-    std::vector<Payment> payments;
-    std::vector<std::string> text;
-};
+// A receipt as the server takes it: the receipt flow's order (its lines,
+// adjustments and payments, common/ReceiptFlow.h). The cashier's operator
+// number, password and till are the register's configured operator; the
+// cashier's name, when not given, is the operator's name.
+using ReceiptOrder = receipt::Order;
+using CorrectionOrder = receipt::Correction;
 
 // Payment modes by the register's names (its configuration's).
 ReceiptOrder readReceipt(const json& body, const PaymentModes& modes);
+// A correction receipt: {"type", "cashier", "buyer", "tax_system", "mode",
+// "amount", "sums"}.
+CorrectionOrder readCorrection(const json& body, const PaymentModes& modes);
+// The cashier of a shift's opening: a name, or {"name", "inn"}.
+receipt::Cashier readShiftCashier(const json& body);
 // {"amount": N} of cash in and out, above 0.
 double readCashAmount(const json& body);
 // {"lines": [...]} of a service document.
@@ -75,10 +56,17 @@ ArticleOrder readArticle(const json& body);
 // A body that must be empty or an empty object (shift open, reports, drawer).
 void readNothing(const json& body);
 
-// Whether the register can print the UTF-8 text: printable ASCII and the
-// Russian alphabet, at most `longest` characters (a line's by default);
-// with the reason in why when not.
+// Whether the register can print the UTF-8 text (wire/RegisterText.h: the
+// application's form, printable ASCII and the Russian alphabet), at most
+// `longest` characters (a sale line's name by default); with the reason in
+// why when not.
 bool printable(const std::string& text, std::string& why, size_t longest = 64);
+
+// The longest free text line: the widest paper of a register, 48 columns.
+// A line up to 32 characters goes as the register's free text line; a longer
+// one as a text attached to the receipt, which the register prints across
+// its paper (common/ReceiptFlow.h).
+const size_t kLongestTextLine = 48;
 
 }  // namespace server
 

@@ -20,10 +20,6 @@ const Operator& op(RegisterHandle& device) {
     return device.config().op;
 }
 
-std::string cashierOf(RegisterHandle& device, const std::string& cashier) {
-    return cashier.empty() ? op(device).name : cashier;
-}
-
 }  // namespace
 
 double money(double value) {
@@ -57,16 +53,6 @@ void freeRegister(RegisterHandle& d) {
 }
 
 namespace {
-
-// After a refusal half way, the open receipt is cancelled; a link lost
-// meanwhile leaves it to the settlement.
-void cancelAfterRefusal(RegisterHandle& d) {
-    int slip = 0;
-    try {
-        VERDA_CALL(d, CancelFiscalInv, &slip);
-    } catch (const Refused&) {
-    }
-}
 
 // A document of the electronic journal: its number, shift, time, kind and lines.
 json journalDocument(RegisterHandle& d, int number, bool byFiscalNumber) {
@@ -115,72 +101,111 @@ json reportAnswer(char type, int number, int document, int sign, const double (&
 
 }  // namespace
 
-json runReceipt(Run& run, const ReceiptOrder& order) {
-    RegisterHandle& d = run.device;
-    run.send();
-    int slip = 0, document = 0, shift = 0;
+namespace {
+
+// The receipt flow's steps in the request's lifecycle: the witness before
+// the first command that changes the register, the step "closing" before the
+// one that may fiscalise it, and every result counted by the handle.
+class Lifecycle : public receipt::Observer {
+  public:
+    explicit Lifecycle(Run& run) : run_(run) {}
+    void sending() override { run_.send(); }
+    void closing(const receipt::Progress& p) override {
+        run_.step("closing",
+                  {{"receipt", p.slip}, {"total", money(p.total)}, {"change", money(p.change)}});
+        run_.fiscal = true;
+    }
+    void called(const char* /*operation*/, int result) override { run_.device.count(result); }
+
+  private:
+    Run& run_;
+};
+
+// The register's operator for a cashier as the client gave it.
+receipt::Cashier operatorFor(RegisterHandle& d, receipt::Cashier cashier) {
     const Operator& o = op(d);
-    VERDA_CALL(d, OpenFiscalInv, o.code, o.password.c_str(), o.till, order.type, "", "",
-               cashierOf(d, order.cashier).c_str(), "", &slip, &document, &shift);
-    double total = 0, change = 0;
-    size_t index = 0;
-    try {
-        for (index = 0; index < order.lines.size(); ++index) {
-            const SaleLine& line = order.lines[index];
-            int at = 0;
-            if (line.article != 0)
-                VERDA_CALL(d, RegisterArticleSale, line.article, line.quantity,
-                           line.adjustment.kind, line.adjustment.value, &at);
-            else
-                VERDA_CALL(d, RegisterSale, line.name.c_str(), taxCode(line.tax), line.price,
-                           line.quantity, 0, line.department, line.adjustment.kind,
-                           line.adjustment.value, 0.0, 0.0, 0, 0, &at);
-        }
-        for (const std::string& text : order.text)
-            VERDA_CALL(d, PrintFreeTextInFiscalInv, text.c_str(), '0', '0', '0', '0', '0', '0');
-        double taxes[6] = {0};
-        VERDA_CALL(d, Subtotal, '1', '0', order.adjustment.kind, order.adjustment.value, &slip,
-                   &total, &taxes[0], &taxes[1], &taxes[2], &taxes[3], &taxes[4], &taxes[5]);
-        std::vector<Payment> payments = order.payments;
-        if (payments.empty()) payments.push_back(Payment{0, 0});  // cash, what is due
-        for (const Payment& payment : payments) {
-            char status = 0;
-            double left = 0;
-            VERDA_CALL(d, Total, payment.mode, payment.amount, '1', &status, &left, &slip);
-            // "R": paid in full with change.
-            change = status == 'R' ? left : 0;
-        }
-    } catch (const Refused& refusal) {
-        cancelAfterRefusal(d);
-        if (index < order.lines.size()) throw LineRefused{refusal, static_cast<int>(index)};
-        throw;
-    }
-    run.step("closing", {{"receipt", slip}, {"total", money(total)}, {"change", money(change)}});
-    run.fiscal = true;
-    int fiscalDocument = 0;
-    char sign[64] = "";
-    try {
-        VERDA_CALL(d, CloseFiscalInv, &slip, &fiscalDocument, sign, sizeof sign, &document, &shift);
-    } catch (const Refused&) {
-        cancelAfterRefusal(d);
-        throw;
-    }
-    return committed({{"receipt", slip},
-                      {"document", fiscalDocument},
-                      {"sign", sign},
-                      {"shift", shift},
-                      {"total", money(total)},
-                      {"change", money(change)}});
+    cashier.number = o.code;
+    cashier.password = o.password;
+    cashier.till = o.till;
+    if (cashier.name.empty()) cashier.name = o.name;
+    return cashier;
 }
 
-json runShiftOpen(Run& run, const std::string& cashier) {
+// The answer of a closed receipt, or what its failure throws: LinkLost for a
+// lost link (which closes it), LineRefused naming the refused part, Refused
+// for the rest.
+json answerOf(RegisterHandle& d, const receipt::Outcome& outcome) {
+    const receipt::Progress& p = outcome.progress;
+    if (outcome.closed)
+        return committed({{"receipt", outcome.receipt.slip},
+                          {"document", outcome.receipt.fiscalDocument},
+                          {"sign", outcome.receipt.sign},
+                          {"shift", outcome.receipt.shift},
+                          {"total", money(p.total)},
+                          {"change", money(p.change)}});
+    const receipt::Failure& f = outcome.failure;
+    if (f.linkLost()) {  // counted already
+        d.close();
+        throw LinkLost{f.operation};
+    }
+    if (f.unpaid) {
+        json due = money(p.due);
+        throw LineRefused{Refused{422, "the payments fall short by " + due.dump(), f.operation}, -1,
+                          "payments"};
+    }
+    const Refused refused{f.code, verda_error_text(f.code), f.operation};
+    const std::string index = "[" + std::to_string(f.index) + "]";
+    switch (f.stage) {
+        case receipt::Stage::Line:
+            throw LineRefused{refused, f.index, "lines" + index};
+        case receipt::Stage::Text:
+            throw LineRefused{refused, -1, "text" + index};
+        case receipt::Stage::Payment:
+            throw LineRefused{refused, -1, "payments" + index};
+        default:
+            throw refused;
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// An order of the receipt flow (a receipt or a correction) run by flow, for
+// the register's operator.
+template <class Order>
+json runFlow(Run& run, Order order,
+             receipt::Outcome (*flow)(verda_device*, const Order&, receipt::Observer&)) {
+    RegisterHandle& d = run.device;
+    order.cashier = operatorFor(d, order.cashier);
+    Lifecycle lifecycle(run);
+    return answerOf(d, flow(d.handle(), order, lifecycle));
+}
+
+}  // namespace
+
+json runReceipt(Run& run, const ReceiptOrder& order) {
+    return runFlow(run, order, receipt::sell);
+}
+
+json runCorrection(Run& run, const CorrectionOrder& correction) {
+    return runFlow(run, correction, receipt::correct);
+}
+
+json runDuplicate(Run& run) {
+    run.send();
+    VERDA_CALL0(run.device, PrintDublicateReceipt);
+    return committed(json::object());
+}
+
+json runShiftOpen(Run& run, const receipt::Cashier& cashier) {
     RegisterHandle& d = run.device;
     run.send();
-    const Operator& o = op(d);
+    const receipt::Cashier c = operatorFor(d, cashier);
     int document = 0, sign = 0, shift = 0;
     run.fiscal = true;
-    VERDA_CALL(d, OpenShift, o.code, o.password.c_str(), o.till, "", "",
-               cashierOf(d, cashier).c_str(), "", &document, &sign, &shift);
+    VERDA_CALL(d, OpenShift, c.number, c.password.c_str(), c.till, "", "", c.name.c_str(),
+               c.inn.c_str(), &document, &sign, &shift);
     return committed({{"document", document}, {"sign", std::to_string(sign)}, {"shift", shift}});
 }
 

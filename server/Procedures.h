@@ -35,10 +35,12 @@ class Run {
     std::function<void(const std::string&, const json&)> step_;
 };
 
-// A refusal of a receipt's line carries the line's index.
+// A refusal of a part of a receipt names the part ("lines[2]",
+// "payments[0]", "text[1]"); a refused line also carries its index.
 struct LineRefused {
     Refused refusal;
-    int line;
+    int line;  // -1 for a part other than a sale line
+    std::string field;
 };
 
 // The requests that change a register, by kind. Each returns the committed
@@ -46,7 +48,9 @@ struct LineRefused {
 // LinkLost or LineRefused, after the register was left free (an open
 // document cancelled) where the link allows.
 json runReceipt(Run& run, const ReceiptOrder& order);
-json runShiftOpen(Run& run, const std::string& cashier);
+json runCorrection(Run& run, const CorrectionOrder& correction);
+json runDuplicate(Run& run);  // the last receipt printed again
+json runShiftOpen(Run& run, const receipt::Cashier& cashier);
 json runReport(Run& run, char type);  // 'X' or 'Z'
 json runCash(Run& run, bool in, double amount);
 json runText(Run& run, const std::vector<std::string>& lines);

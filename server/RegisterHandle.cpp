@@ -78,18 +78,22 @@ void RegisterHandle::close() {
 }
 
 void RegisterHandle::check(const char* operation, int result) {
-    metrics_.exchange(config_.id, result == VERDA_EXCHANGE_FAILED);
-    unsigned long long repeats = repeats_, naks = naks_;
-    verda_link_counters(handle_, nullptr, &repeats, &naks);
-    metrics_.frames(config_.id, repeats - repeats_, naks - naks_);
-    repeats_ = repeats;
-    naks_ = naks;
+    count(result);
     if (result == VERDA_OK) return;
     if (result == VERDA_EXCHANGE_FAILED) {
         close();
         throw LinkLost{operation};
     }
     throw Refused{result, verda_error_text(result), operation};
+}
+
+void RegisterHandle::count(int result) {
+    metrics_.exchange(config_.id, result == VERDA_EXCHANGE_FAILED);
+    unsigned long long repeats = repeats_, naks = naks_;
+    verda_link_counters(handle_, nullptr, &repeats, &naks);
+    metrics_.frames(config_.id, repeats - repeats_, naks - naks_);
+    repeats_ = repeats;
+    naks_ = naks;
 }
 
 DriveState readDrive(RegisterHandle& d) {

@@ -64,6 +64,9 @@ class RegisterHandle {
     // Throws LinkLost for a failed exchange (and closes the link, which must
     // be opened again), Refused for any other non-zero result.
     void check(const char* operation, int result);
+    // Counts an exchange of the result and the link's repeats, as check()
+    // does, without judging the result.
+    void count(int result);
 
     verda_device* handle() const { return handle_; }
     const DeviceConfig& config() const { return config_; }

@@ -19,19 +19,18 @@ Task receipt(const json& body, const std::vector<std::string>&, const DeviceConf
     return [order](Run& run) { return runReceipt(run, order); };
 }
 
+Task correction(const json& body, const std::vector<std::string>&, const DeviceConfig& device) {
+    const CorrectionOrder order = readCorrection(body, device.paymentModes);
+    return [order](Run& run) { return runCorrection(run, order); };
+}
+
+Task duplicate(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
+    readNothing(body);
+    return [](Run& run) { return runDuplicate(run); };
+}
+
 Task shiftOpen(const json& body, const std::vector<std::string>&, const DeviceConfig&) {
-    std::string cashier;
-    if (!body.is_null()) {
-        if (!body.is_object()) throw BadInput{"body", "must be an object"};
-        for (const auto& item : body.items())
-            if (item.key() != "cashier") throw BadInput{item.key(), "unknown field"};
-        if (body.contains("cashier")) {
-            std::string why;
-            if (!body["cashier"].is_string()) throw BadInput{"cashier", "must be a string"};
-            cashier = body["cashier"].get<std::string>();
-            if (!printable(cashier, why)) throw BadInput{"cashier", why};
-        }
-    }
+    const receipt::Cashier cashier = readShiftCashier(body);
     return [cashier](Run& run) { return runShiftOpen(run, cashier); };
 }
 
@@ -91,6 +90,8 @@ Task operation(const json& body, const std::vector<std::string>& parameters, con
 const std::vector<RequestKind>& requestKinds() {
     static const std::vector<RequestKind> kinds = {
         {"POST", "/receipts", "/receipts", "receipt", Fiscal::Receipt, receipt},
+        {"POST", "/corrections", "/corrections", kCorrectionKind, Fiscal::Receipt, correction},
+        {"POST", "/duplicate", "/duplicate", "duplicate", Fiscal::No, duplicate},
         {"POST", "/shift/open", "/shift/open", "shift-open", Fiscal::ShiftOpen, shiftOpen},
         {"POST", "/x-report", "/x-report", "x-report", Fiscal::No, report<'X'>},
         {"POST", "/z-report", "/z-report", "z-report", Fiscal::ZReport, report<'Z'>},

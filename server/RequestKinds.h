@@ -48,6 +48,10 @@ const std::vector<RequestKind>& requestKinds();
 // "/devices/([^/]+)/receipts".
 std::string routePattern(const RequestKind& kind);
 
+// The journal's kind of a correction receipt, a Fiscal::Receipt of its own
+// document kind.
+constexpr char kCorrectionKind[] = "correction";
+
 // The journal's kind of a request of this kind and parameters.
 std::string journalKind(const RequestKind& kind, const std::vector<std::string>& parameters);
 // How a request of the journal's kind may fiscalise.

@@ -92,6 +92,8 @@ json closingOf(const Request& r) {
 }
 
 char receiptKind(const Request& r) {
+    // Both kinds of correction receipt are one kind in the electronic journal.
+    if (r.kind == kCorrectionKind) return wire::document::kReceiptKinds[VERDA_CORRECTION_SALE];
     const char* sale = codes::nameOf(codes::kReceiptType, VERDA_RECEIPT_SALE);
     const std::string type = r.body.is_object() ? r.body.value("type", sale) : sale;
     int value = 0;

@@ -286,8 +286,7 @@ Outcome Worker::run(const Request& r, const Task& task, Clock::time_point deadli
             shared_.move(id(), key, State::Sent, Event::Commit, nullptr, answer);
             return Outcome{200, answer};
         } catch (const LineRefused& lr) {
-            const Outcome o =
-                refusal(lr.refusal, "lines[" + std::to_string(lr.line) + "]", lr.line);
+            const Outcome o = refusal(lr.refusal, lr.field, lr.line);
             shared_.move(id(), key, state, Event::Refuse, o.body["error"], o.body);
             return o;
         } catch (const Refused& refused) {

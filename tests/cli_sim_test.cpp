@@ -130,6 +130,54 @@ TEST_F(CliSim, RefusalsShowTheRegistersTextAndLeaveItFree) {
     EXPECT_TRUE(contains(ok({"status"}), "\ndocument            none\n"));
 }
 
+// The receipt's attributes reach the register: in the library's log as sent,
+// and on the paper where the register prints them.
+TEST_F(CliSim, AReceiptCarriesItsAttributes) {
+    ok({"shift", "open", "--cashier", "Петрова", "--cashier-inn", "500100732259"});
+    const std::string receipt = ok({"receipt", "Сок=99.90", "--cashier", "Петрова", "--cashier-inn",
+                                    "500100732259", "--buyer", "buyer@example.ru", "--tax-system",
+                                    "USN", "--unit", "796", "--subject", "1", "--method", "4"});
+    EXPECT_EQ(value(receipt, "total"), "99.90");
+    const std::string log = ok({"log"});
+    EXPECT_TRUE(contains(log,
+                         "OpenShift(OpCode=30,OpPwd=30,TillNmb=1,Buyer=,VatSystem=,"
+                         "OperName=Петрова,OperInn=500100732259,"))
+        << log;
+    EXPECT_TRUE(contains(log,
+                         ",Buyer=buyer@example.ru,VatSystem=USN,OperName=Петрова,"
+                         "OperInn=500100732259,"))
+        << log;
+    EXPECT_TRUE(contains(log, ",Unit=796,")) << log;
+    EXPECT_TRUE(contains(log, ",Sign=1,SignPay=4,")) << log;
+    const std::string printed = paper();
+    for (const char* line : {"ИНН КАССИРА 500100732259", "ПОКУПАТЕЛЬ buyer@example.ru", "СНО USN"})
+        EXPECT_TRUE(contains(printed, line)) << line << "\n" << printed;
+}
+
+TEST_F(CliSim, AttributesTheRegisterCannotTakeAreRefusedBeforeSending) {
+    ok({"shift", "open"});
+    const struct {
+        std::vector<std::string> args;
+        std::string message;
+    } cases[] = {
+        {{"--cashier-inn", "12345"}, "--cashier-inn: 10 or 12 digits"},
+        {{"--cashier-inn", "50010073225X"}, "--cashier-inn: 10 or 12 digits"},
+        {{"--buyer", "покупатель@пример.рф"}, "--buyer: printable ASCII only"},
+        {{"--tax-system", "a\tb"}, "--tax-system: printable ASCII only"},
+        {{"--unit", "x"}, "--unit"},
+        {{"--method", "1000"}, "--method"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args{"receipt", "Сок=10"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        const CliResult result = verda(args);
+        EXPECT_EQ(result.code, 2) << c.message << ": " << result.err;
+        EXPECT_TRUE(contains(result.err, c.message)) << result.err;
+    }
+    // Nothing reached the register: the next receipt is its first.
+    EXPECT_EQ(value(ok({"receipt", "Сок=10"}), "receipt"), "1");
+}
+
 TEST_F(CliSim, CyrillicTravelsBothWays) {
     ok({"article", "add", "7", "Кофе зерновой Ёлка", "250", "--stock", "10", "--units", "кг"});
     ok({"article", "add", "9", "Чай", "99.90", "--tax", "2"});

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -123,7 +125,7 @@ receipt::Order order(std::vector<receipt::Line> lines, std::vector<receipt::Paym
     o.lines = std::move(lines);
     o.payments = std::move(payments);
     o.adjustment = adjustment;
-    o.text = std::move(text);
+    for (std::string& line : text) o.text.push_back({std::move(line), 0});
     return o;
 }
 
@@ -211,6 +213,64 @@ TEST(ReceiptFlow, EachOrderClosesOrIsCancelledAndTheRegisterAgrees) {
         EXPECT_EQ(std::count(recorder.events.begin(), recorder.events.end(), "closing"), 0);
     }
     EXPECT_DOUBLE_EQ(r.sales(), closedTotals);
+}
+
+// What follows the sale lines on the paper of a 48-column register: a bar
+// code, a short line and a line of 48 characters, printed whole (a free text
+// line of the register is cut at 32).
+TEST(ReceiptFlow, TextAndBarCodesArePrintedWhole) {
+    std::signal(SIGPIPE, SIG_IGN);
+    Register r({"--model", "ЛАРН-1000 Ф"});
+    r.openShift();
+    const std::string wide = "Спасибо за покупку! Ждем вас снова, 8-800-000-00";  // 48
+    receipt::Order o = order({byName("Хлеб", 45.50)}, {}, {}, {"Коротко", wide});
+    o.text.insert(o.text.begin() + 1, receipt::TextLine{"4600000000019", '2'});
+    Recorder recorder;
+    const receipt::Outcome out = receipt::sell(r.handle, o, recorder);
+    ASSERT_TRUE(out.closed) << out.failure.operation << " " << out.failure.code;
+    const auto& e = recorder.events;
+    for (const char* call : {"PrintFreeTextInFiscalInv 0", "PrintBarCode 0", "SetFiscalInvParam 0"})
+        EXPECT_EQ(std::count(e.begin(), e.end(), call), 1) << call;
+    std::ifstream in(r.home.path() + "paper");
+    const std::string paper{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    for (const std::string& printed : {std::string("Коротко"), std::string("4600000000019"), wide})
+        EXPECT_NE(paper.find(printed), std::string::npos) << printed << "\n" << paper;
+}
+
+// A correction books its sums without lines: closed, it is a fiscal document
+// of its own whose cash reaches the drawer; refused, it is cancelled.
+TEST(ReceiptFlow, ACorrectionClosesOrIsCancelled) {
+    std::signal(SIGPIPE, SIG_IGN);
+    Register r;
+    r.openShift();
+    const int before = r.lastDocument();
+    receipt::Correction c;
+    c.type = VERDA_CORRECTION_SALE;
+    c.amount = 120;
+    c.sums[0] = 100;
+    c.sums[1] = 20;
+    Recorder recorder;
+    const receipt::Outcome out = receipt::correct(r.handle, c, recorder);
+    ASSERT_TRUE(out.closed) << out.failure.operation << " " << out.failure.code;
+    EXPECT_DOUBLE_EQ(out.progress.total, 120);
+    EXPECT_EQ(out.receipt.fiscalDocument, before + 1);
+    EXPECT_EQ(recorder.events, (std::vector<std::string>{"sending", "OpenFiscalInv 0", "step 0 -1",
+                                                         "TotalCorrecion 0", "step 4 0", "closing",
+                                                         "CloseFiscalInv 0"}));
+    double cash = 0, in = 0, out2 = 0;
+    ASSERT_EQ(verda_ParishOrConsumption(r.handle, VERDA_CASH_IN, 0, &cash, &in, &out2), VERDA_OK);
+    EXPECT_DOUBLE_EQ(cash, 120);
+
+    receipt::Correction refused = c;
+    refused.mode = 9;  // no such payment mode
+    Recorder second;
+    const receipt::Outcome no = receipt::correct(r.handle, refused, second);
+    ASSERT_FALSE(no.closed);
+    EXPECT_EQ(no.failure.stage, Stage::Payment);
+    EXPECT_EQ(no.failure.operation, "TotalCorrecion");
+    EXPECT_EQ(no.failure.aftermath, Aftermath::Cancelled);
+    EXPECT_EQ(r.openDocument(), '0');
+    EXPECT_EQ(r.lastDocument(), before + 1);
 }
 
 // The register hangs up just after it has carried out one command of the

@@ -313,6 +313,13 @@ def test_payment_modes_named_by_the_configuration(server_factory, tmp_path):
         assert "sbp" in answer["error"]["text"] and "наличные" in answer["error"]["text"]
         assert server.get(f"/requests/bad-{mode}").status_code == 404
 
+    # A correction receipt takes the same names for its payment mode.
+    correction = {"type": "sale", "mode": "sbp", "amount": 5.00}
+    checked(server.change("/devices/sim/corrections", correction), "/devices/{id}/corrections", "post", 200)
+    answer = checked(server.change("/devices/sim/corrections", dict(correction, mode="card"), key="bad-corr"),
+                     "/devices/{id}/corrections", "post", 400)
+    assert answer["error"]["field"] == "mode" and "sbp" in answer["error"]["text"]
+
 
 @pytest.mark.parametrize("modes, message", [
     ({}, "names at least one mode"),

@@ -488,6 +488,40 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/devices/{id}/corrections": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /** A correction receipt: open, its payment with the sums by tax group, close */
+        post: operations["printCorrectionReceipt"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/devices/{id}/duplicate": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /** Print the last receipt again, marked as a copy */
+        post: operations["printDuplicateReceipt"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
 }
 export type webhooks = Record<string, never>;
 export interface components {
@@ -594,33 +628,42 @@ export interface components {
             verdict: null | components["schemas"]["Verdict"];
         };
         Adjustment: {
+            /** @description at most 2 decimals */
             sum?: number;
+            /** @description at most 2 decimals */
             percent?: number;
         } & (unknown | unknown);
         SaleLine: {
             name?: string;
+            /** @description at most 2 decimals: more is refused, never rounded */
             price?: number;
             article?: number;
+            /** @description at most 3 decimals */
             quantity?: number;
             tax?: number;
             department?: number;
             discount?: components["schemas"]["Adjustment"];
             surcharge?: components["schemas"]["Adjustment"];
+            unit?: components["schemas"]["Unit"];
+            subject?: components["schemas"]["SettlementSubject"];
+            method?: components["schemas"]["SettlementMethod"];
         } & (unknown | unknown);
         Payment: {
             mode?: string | number;
-            /** @description 0 or absent: what is still due */
+            /** @description 0 or absent: what is still due; at most 2 decimals */
             amount?: number;
         };
         ReceiptRequest: {
             /** @enum {unknown} */
             type?: "sale" | "return" | "purchase" | "purchase-return";
-            cashier?: string;
+            cashier?: components["schemas"]["Cashier"];
             lines: components["schemas"]["SaleLine"][];
             discount?: components["schemas"]["Adjustment"];
             surcharge?: components["schemas"]["Adjustment"];
             payments?: components["schemas"]["Payment"][];
-            text?: string[];
+            text?: components["schemas"]["TextLine"][];
+            buyer?: components["schemas"]["Buyer"];
+            tax_system?: components["schemas"]["TaxSystem"];
         };
         ReceiptCommitted: {
             /** @constant */
@@ -1000,6 +1043,38 @@ export interface components {
                 mode: components["schemas"]["PaymentMode"];
             }[];
         };
+        /** @description The cashier: a name (printed; the register then works as its operator 30), or the name and the cashier's tax number. Without one the register's configured operator's name is used. */
+        Cashier: string | {
+            name?: string;
+            /** @description the cashier's tax number (OperInn), 10 or 12 digits */
+            inn?: string;
+        };
+        /** @description The buyer's telephone (+ and digits) or e-mail address, for an electronic receipt (Buyer); printable ASCII. */
+        Buyer: string;
+        /** @description The shop's tax system as the register names it (VatSystem), sent byte for byte: printable ASCII. Absent: the register's own. */
+        TaxSystem: string;
+        Barcode: {
+            /** @description the register's kind of bar code, sent as its digit */
+            type: number;
+            /** @description the code's content, printable ASCII */
+            data: string;
+        };
+        /** @description A line printed after the sale lines: text of at most 48 characters (a line of more than 32 is printed across the paper's width), or a bar code. */
+        TextLine: string | {
+            barcode: components["schemas"]["Barcode"];
+        };
+        /** @description A correction receipt: booked by its sums alone, as TotalCorrecion takes them. */
+        CorrectionRequest: {
+            type?: components["schemas"]["CorrectionType"];
+            cashier?: components["schemas"]["Cashier"];
+            buyer?: components["schemas"]["Buyer"];
+            tax_system?: components["schemas"]["TaxSystem"];
+            mode?: components["schemas"]["PaymentMode"];
+            /** @description the receipt's amount, paid in the mode; at most 2 decimals */
+            amount: number;
+            /** @description the sums by tax group 1 to 6 (Tax_18, Tax_10, Corr_0, Corr_noNDS, Tax_18_118, Tax_10_110), each at most 2 decimals; those not given are 0 */
+            sums?: number[];
+        };
     };
     responses: {
         /** @description bad input or a malformed request, naming the field (error.field); nothing was recorded or sent */
@@ -1364,7 +1439,7 @@ export interface operations {
         requestBody: {
             content: {
                 "application/json": {
-                    cashier?: string;
+                    cashier?: components["schemas"]["Cashier"];
                 };
             };
         };
@@ -2860,6 +2935,182 @@ export interface operations {
             400: components["responses"]["BadInput"];
             401: components["responses"]["Unauthorized"];
             500: components["responses"]["ServerFault"];
+        };
+    };
+    printCorrectionReceipt: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                "application/json": components["schemas"]["CorrectionRequest"];
+            };
+        };
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["ReceiptCommitted"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the link failed at a step that may have fiscalised a document: settled from the register later (GET /requests/{key}) */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+        };
+    };
+    printDuplicateReceipt: {
+        parameters: {
+            query?: never;
+            header: {
+                /** @description 1 to 200 printable characters (ASCII and the Russian alphabet) */
+                "Idempotency-Key": components["parameters"]["IdempotencyKey"];
+                /** @description how long the request may wait for an offline register before it fails with 503, not sent */
+                "X-Deadline-Ms"?: components["parameters"]["Deadline"];
+            };
+            path: {
+                id: components["parameters"]["DeviceId"];
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description committed */
+            200: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Done"] | components["schemas"]["SettledByHand"];
+                };
+            };
+            /** @description the outcome is not known yet (another register at the address after a restart): settled later */
+            202: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Pending"];
+                };
+            };
+            400: components["responses"]["BadInput"];
+            401: components["responses"]["Unauthorized"];
+            /** @description no such register */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description the key was used with another body */
+            409: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description refused by the register, with its code and text; an open document was cancelled */
+            422: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            429: components["responses"]["TooManyRequests"];
+            500: components["responses"]["ServerFault"];
+            /** @description the register stayed offline until the deadline (not-sent), or the request was settled as not committed; or journal-unavailable (error.reason): the journal cannot be written, nothing was sent */
+            503: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            /** @description no reply from the register */
+            504: {
+                headers: {
+                    "Idempotent-Replayed": components["headers"]["IdempotentReplayed"];
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
         };
     };
 }
