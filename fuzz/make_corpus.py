@@ -156,6 +156,7 @@ REQUEST_SEEDS = {
     "correction_no_amount": request("POST", "/corrections", {"type": "sale"}),
     "duplicate": request("POST", "/duplicate"),
     "shift_open": request("POST", "/shift/open", {"cashier": "Иванова"}),
+    "shift_open_nameless_field": request("POST", "/shift/open", {"": "☃"}),
     "shift_open_inn": request("POST", "/shift/open", {"cashier": {"name": "Иванова", "inn": "12345"}}),
     "shift_open_snowman": request("POST", "/shift/open", {"cashier": "☃"}),
     "x_report": request("POST", "/x-report"),

@@ -274,8 +274,7 @@ json Api::unconfigured() {
 json Api::settleByHand(const std::string& key, const json& body) {
     if (!body.is_object()) throw BadInput{"body", "must be an object"};
     for (const auto& item : body.items())
-        if (item.key() != "state" && item.key() != "document")
-            throw BadInput{item.key(), "unknown field"};
+        if (item.key() != "state" && item.key() != "document") throw unknownField("", item.key());
     const std::string state = body.value("state", "");
     const bool done = state == stateName(State::Committed);
     if (!done && state != stateName(State::NotCommitted))

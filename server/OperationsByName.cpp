@@ -128,6 +128,7 @@ std::function<json(Run&)> prepareCall(const std::string& name, const json& input
         bool known = false;
         for (size_t k = 0; k < op->parameter_count; ++k)
             known = known || (item.key() == op->parameters[k].name && isInput(op->parameters[k]));
+        if (!known && item.key().empty()) throw unknownField("", item.key());
         if (!known) throw BadInput{item.key(), "not an input of " + name};
     }
     // The values are checked now; the texts they point to live with the call.

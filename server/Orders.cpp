@@ -23,7 +23,7 @@ class Fields {
             throw BadInput{path_.empty() ? "body" : path_, "must be an object"};
         std::set<std::string> allowed(known.begin(), known.end());
         for (const auto& item : object.items())
-            if (allowed.count(item.key()) == 0) throw BadInput{name(item.key()), "unknown field"};
+            if (allowed.count(item.key()) == 0) throw unknownField(path_, item.key());
     }
     std::string name(const std::string& key) const {
         return path_.empty() ? key : path_ + "." + key;
@@ -134,6 +134,12 @@ const json& list(const json& body, const char* key, const std::string& field, si
 }
 
 }  // namespace
+
+BadInput unknownField(const std::string& path, const std::string& key) {
+    const std::string object = path.empty() ? "body" : path;
+    if (key.empty()) return BadInput{object, "holds a field with no name"};
+    return BadInput{path.empty() ? key : path + "." + key, "unknown field"};
+}
 
 // Printable ASCII and А..я, Ё and ё: what the register's code page and the
 // library's conversion carry (wire/RegisterText.h). Anything else would be

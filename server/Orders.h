@@ -21,6 +21,9 @@ struct BadInput {
     std::string field;
     std::string text;
 };
+// A field of the object at `path` ("" for the body) that it does not take;
+// a field with no name is refused as the object's own fault.
+BadInput unknownField(const std::string& path, const std::string& key);
 
 // A receipt as the server takes it: the receipt flow's order (its lines,
 // adjustments and payments, common/ReceiptFlow.h). The cashier's operator

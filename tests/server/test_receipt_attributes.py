@@ -173,6 +173,8 @@ REFUSED_RECEIPTS = [
      "text[0].barcode.type"),
     ("a bar code in Cyrillic", {"lines": [line()], "text": [{"barcode": {"type": 1, "data": "код"}}]},
      "text[0].barcode.data"),
+    ("a field with no name", {"lines": [line()], "": 1}, "body"),
+    ("a line's field with no name", {"lines": [dict(line(), **{"": 1})]}, "lines[0]"),
 ]
 
 REFUSED_CORRECTIONS = [
@@ -195,6 +197,10 @@ def test_every_input_the_register_would_change_is_refused(shop):
             assert error["field"] == field, (what, error)
     service = shop.change("/devices/sim/text", {"lines": ["ок", "x" * 33]})
     assert checked(service, "/devices/{id}/text", "post", 400)["error"]["field"] == "lines[1]"
+    # A field with no name is the body's fault, whichever request it is in.
+    for route in ("shift/open", "x-report", "operations/DiagnosticInfo"):
+        answer = shop.change(f"/devices/sim/{route}", {"": "☃"})
+        assert answer.status_code == 400 and answer.json()["error"]["field"] == "body", (route, answer.text)
     # Nothing reached the register, nor the journal.
     assert shop.device("sim")["fiscal_drive"]["last_document"] == before
     kinds = {r["kind"] for r in shop.get("/requests").json()["requests"]}
