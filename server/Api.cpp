@@ -220,9 +220,10 @@ void Api::route(httplib::Server& http, const char* method, const std::string& pa
 // run before anything is recorded (readOrder), then the worker (Worker::change).
 void Api::change(const httplib::Request& req, httplib::Response& res) {
     Worker& w = worker(req.matches[1]);
-    const Order order = readOrder(
-        req.method, req.path, req.headers, req.body,
-        [this](const std::string& id) -> const DeviceConfig& { return worker(id).config(); });
+    // The path's register is w: the route matched the same path.
+    const Order order =
+        readOrder(req.method, req.path, req.headers, req.body,
+                  [&w](const std::string&) -> const DeviceConfig& { return w.config(); });
     const std::string& key = order.key;
     const auto until = deadline(req);
 

@@ -99,16 +99,12 @@ json reportAnswer(char type, int number, int document, int sign, const double (&
     return committed(answer);
 }
 
-}  // namespace
-
-namespace {
-
 // The receipt flow's steps in the request's lifecycle: the witness before
 // the first command that changes the register, the step "closing" before the
 // one that may fiscalise it, and every result counted by the handle.
-class Lifecycle : public receipt::Observer {
+class ReceiptSteps : public receipt::Observer {
   public:
-    explicit Lifecycle(Run& run) : run_(run) {}
+    explicit ReceiptSteps(Run& run) : run_(run) {}
     void sending() override { run_.send(); }
     void closing(const receipt::Progress& p) override {
         run_.step("closing",
@@ -167,10 +163,6 @@ json answerOf(RegisterHandle& d, const receipt::Outcome& outcome) {
     }
 }
 
-}  // namespace
-
-namespace {
-
 // An order of the receipt flow (a receipt or a correction) run by flow, for
 // the register's operator.
 template <class Order>
@@ -178,8 +170,8 @@ json runFlow(Run& run, Order order,
              receipt::Outcome (*flow)(verda_device*, const Order&, receipt::Observer&)) {
     RegisterHandle& d = run.device;
     order.cashier = operatorFor(d, order.cashier);
-    Lifecycle lifecycle(run);
-    return answerOf(d, flow(d.handle(), order, lifecycle));
+    ReceiptSteps steps(run);
+    return answerOf(d, flow(d.handle(), order, steps));
 }
 
 }  // namespace

@@ -24,10 +24,10 @@ check() {
     printf '%b\n' "$2" >"$work/$name.exceptions"
     shift 2
   fi
-  local spec
-  for spec in "$@"; do
-    mkdir -p "$root/$(dirname "${spec%%=*}")"
-    printf '%b\n' "${spec#*=}" >"$root/${spec%%=*}"
+  local file
+  for file in "$@"; do
+    mkdir -p "$root/$(dirname "${file%%=*}")"
+    printf '%b\n' "${file#*=}" >"$root/${file%%=*}"
   done
   local status=0 output
   output=$(bash "$source/scripts/check-layers.sh" "$root" "$work/$name.exceptions" 2>&1) ||

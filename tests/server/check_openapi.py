@@ -1,7 +1,6 @@
 """Checks server/openapi.json as an OpenAPI 3.1 document: against the OpenAPI
 Initiative's JSON Schema of OpenAPI 3.1 (openapi-3.1-schema.json beside this
-file, as the OpenAPI Initiative publishes it at
-https://spec.openapis.org/oas/3.1/schema/2021-04-15), then what a schema
+file, as the OpenAPI Initiative publishes it, version 2021-04-15), then what a schema
 cannot say: every schema a valid JSON Schema, every reference found, every
 parameter of a path's template declared in the path, every operation with an
 operationId of its own, and the document's version the project's.
